@@ -1,0 +1,81 @@
+// The statement forms every log site uses.
+//
+//   CPD_LOG_DEBUG("index[%d]", index);   // level 5, word "Debug:"
+//   CPD_LOG_ERROR("open failed");        // level 7, word "Error:"
+//   CPD_LOG_MUTED("SDL_WasInit");        // compiled, never emitted, arguments never evaluated
+//
+// Each statement's format is fixed at compile time:
+//   %s %s(%d): "Debug:" "<message exactly as written in the source>"
+// The message is stringised, not decoded: "started\n" shows a backslash and an n inside the
+// closing quote, and "" leaves an empty pair of quotes. The sink then gets the file name, the
+// function's unqualified name and the line before the statement's own arguments.
+#pragma once
+
+#include <cstring>
+
+#include "common/log_sink.h"
+
+namespace cpd::log {
+
+inline constexpr const char* LOG_TAG = "CPD_LOG";
+
+// Severity classes of a statement. Only error, warning, debug and trace classes reach the sink;
+// the others are compiled out.
+enum LogClass : int {
+  LOG_CLASS_ERROR = 0,
+  LOG_CLASS_WARNING = 1,
+  LOG_CLASS_INFO = 2,
+  LOG_CLASS_MUTED = 3,
+  LOG_CLASS_DEBUG = 4,
+  LOG_CLASS_TRACE = 5,
+};
+
+constexpr bool IsEmitted(int logClass) {
+  return logClass == LOG_CLASS_ERROR || logClass == LOG_CLASS_WARNING ||
+         logClass == LOG_CLASS_DEBUG || logClass == LOG_CLASS_TRACE;
+}
+
+// The level handed to the sink for an emitted class.
+constexpr int SinkLevel(int logClass) {
+  switch (logClass) {
+    case LOG_CLASS_ERROR:
+      return 7;
+    case LOG_CLASS_WARNING:
+      return 6;
+    case LOG_CLASS_DEBUG:
+      return 5;
+    case LOG_CLASS_TRACE:
+      return 2;
+    default:
+      return 0;
+  }
+}
+
+// The log line names its source file by what follows the last backslash. Builds that use
+// slashes therefore show the whole path; that is how the line has always looked, so only the
+// backslash counts here (GetFileNameFromPath, used for event origins, also cuts at slashes).
+inline const char* FileNameAfterBackslash(const char* path) {
+  const char* separator = std::strrchr(path, '\\');
+  return separator != nullptr ? separator + 1 : path;
+}
+
+}  // namespace cpd::log
+
+#define CPD_LOG_FORMAT_(word, message) "%s %s(%d): \"" word "\" " #message
+
+#define CPD_LOG_AT_(logClass, word, message, ...)                                            \
+  do {                                                                                       \
+    if constexpr (::cpd::log::IsEmitted(logClass)) {                                         \
+      quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                \
+                     CPD_LOG_FORMAT_(word, message),                                         \
+                     ::cpd::log::FileNameAfterBackslash(__FILE__), __func__, __LINE__,       \
+                     ##__VA_ARGS__);                                                         \
+    }                                                                                        \
+  } while (false)
+
+#define CPD_LOG_ERROR(message, ...) \
+  CPD_LOG_AT_(::cpd::log::LOG_CLASS_ERROR, "Error:", message, ##__VA_ARGS__)
+#define CPD_LOG_DEBUG(message, ...) \
+  CPD_LOG_AT_(::cpd::log::LOG_CLASS_DEBUG, "Debug:", message, ##__VA_ARGS__)
+#define CPD_LOG_MUTED(message, ...) \
+  CPD_LOG_AT_(::cpd::log::LOG_CLASS_MUTED, "Debug:", message, ##__VA_ARGS__)

@@ -1,0 +1,150 @@
+#include "joystick_manager/joystick_manager.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "common/log.h"
+
+namespace cpd {
+
+namespace {
+
+std::atomic<JoystickManager*> gInstance{nullptr};
+std::mutex gInstanceMutex;
+
+// True while this thread runs a listener callback. A listener that registers or unregisters from
+// there would wait for the very lock its caller holds, or join its own thread; such calls are
+// refused instead.
+thread_local bool tInsideListenerCall = false;
+
+class ListenerCallScope {
+ public:
+  ListenerCallScope() { tInsideListenerCall = true; }
+  ~ListenerCallScope() { tInsideListenerCall = false; }
+  ListenerCallScope(const ListenerCallScope&) = delete;
+  ListenerCallScope& operator=(const ListenerCallScope&) = delete;
+};
+
+}  // namespace
+
+JoystickManager* JoystickManager::GetInstance() {
+  JoystickManager* instance = gInstance.load(std::memory_order_acquire);
+  if (instance != nullptr) {
+    return instance;
+  }
+  std::lock_guard<std::mutex> lock(gInstanceMutex);
+  instance = gInstance.load(std::memory_order_relaxed);
+  if (instance == nullptr) {
+    instance = new JoystickManager();  // never destroyed: hosts may call in until the very end
+    gInstance.store(instance, std::memory_order_release);
+  }
+  return instance;
+}
+
+int32_t JoystickManager::Init() {
+  CPD_LOG_DEBUG("");
+  mStop.exchange(false);
+  mThread = std::make_unique<std::thread>(&JoystickManager::process, this);
+  BuildMappingList();
+  return 0;
+}
+
+int32_t JoystickManager::Stop() {
+  CPD_LOG_DEBUG("begin");
+  mStop.exchange(true);
+  mPolling.exchange(false);
+  {
+    // Notifying under the wake mutex means the polling thread is either already waiting (and
+    // wakes) or has not yet tested the stop flag (and sees it).
+    std::lock_guard<std::mutex> lock(mWakeMutex);
+    mWakeCond.notify_all();
+  }
+  if (mThread) {
+    if (mThread->joinable()) {
+      mThread->join();
+    }
+    mThread.reset();
+  }
+  CPD_LOG_DEBUG("end");
+  return 0;
+}
+
+int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
+  if (tInsideListenerCall) {
+    CPD_LOG_ERROR("%p refused: listeners must not register from inside a callback",
+                  static_cast<void*>(notify));
+    return 0;
+  }
+  std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+  {
+    std::lock_guard<std::mutex> lock(mNotifyMutex);
+    CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
+    if (notify == nullptr) {
+      CPD_LOG_ERROR("null listener ignored");
+      return 0;
+    }
+    if (std::find(mNotifyList.begin(), mNotifyList.end(), notify) == mNotifyList.end()) {
+      mNotifyList.push_back(notify);
+    }
+  }
+  if (mThread) {
+    return 0;
+  }
+  return Init();
+}
+
+int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
+  CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
+  if (tInsideListenerCall) {
+    CPD_LOG_ERROR("%p refused: listeners must not unregister from inside a callback",
+                  static_cast<void*>(notify));
+    return 0;
+  }
+  std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+  bool noneLeft = false;
+  {
+    std::lock_guard<std::mutex> lock(mNotifyMutex);
+    mNotifyList.remove(notify);
+    noneLeft = mNotifyList.empty();
+  }
+  if (noneLeft) {
+    Stop();
+  }
+  return 0;
+}
+
+int32_t JoystickManager::Calibration(uint16_t /*index*/) { return 0; }
+
+template <typename Call>
+void JoystickManager::ForEachListener(Call call) {
+  std::lock_guard<std::mutex> lock(mNotifyMutex);
+  ListenerCallScope scope;
+  for (CpdJoystickNotify* listener : mNotifyList) {
+    try {
+      call(*listener);
+    } catch (const std::exception& error) {
+      CPD_LOG_ERROR("listener %p threw: %s", static_cast<void*>(listener), error.what());
+    } catch (...) {
+      CPD_LOG_ERROR("listener %p threw a non-standard exception", static_cast<void*>(listener));
+    }
+  }
+}
+
+void JoystickManager::NotifyData(const JoystickDataPacket* data, int32_t length) {
+  ForEachListener([&](CpdJoystickNotify& listener) { listener.OnJoystickData(data, length); });
+}
+
+void JoystickManager::NotifyEvent(std::string event, const EventRecord& record) {
+  ForEachListener([&](CpdJoystickNotify& listener) { listener.OnJoystickEvent(event, record); });
+}
+
+void JoystickManager::NotifyDevListUpdate() {
+  ForEachListener([](CpdJoystickNotify& listener) { listener.OnDevListUpdate(); });
+}
+
+void JoystickManager::WaitForWake(std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(mWakeMutex);
+  mWakeCond.wait_for(lock, timeout, [this] { return mStop.load(); });
+}
+
+}  // namespace cpd

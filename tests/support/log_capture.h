@@ -1,0 +1,35 @@
+// A log sink for tests: every quvaniLogPrint call of the code under test is recorded.
+#pragma once
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace cpd::test {
+
+struct LogLine {
+  int first = -1;
+  int level = -1;
+  std::string tag;
+  std::string format;    // the format exactly as the statement built it
+  std::string file;      // the first three arguments, which every statement passes
+  std::string function;
+  int line = 0;
+  std::string body;      // the formatted remainder: "Debug:" "<message with its arguments>"
+  std::string text;      // the whole formatted line
+  std::thread::id thread;
+};
+
+std::vector<LogLine> CapturedLogs();
+void ClearLogs();
+
+// The formatted bodies of the captured lines, in order.
+std::vector<std::string> LogBodies();
+// How many captured lines have exactly this body.
+size_t CountLogBody(const std::string& body);
+
+// The body a debug or error statement gives for an already formatted message.
+std::string DebugBody(const std::string& message);
+std::string ErrorBody(const std::string& message);
+
+}  // namespace cpd::test

@@ -1,0 +1,111 @@
+#include "recording_store.h"
+
+#include <algorithm>
+#include <mutex>
+#include <random>
+
+#include "cpd_joystick/sd_config.h"
+
+namespace cpd::test {
+
+namespace {
+
+struct StoreState {
+  std::mutex mutex;
+  bool available = true;
+  bool refusing = false;
+  double refusalRate = 0.0;
+  std::mt19937 random{1};
+  std::map<std::string, std::string> values;
+  std::vector<StoreCall> calls;
+};
+
+StoreState& State() {
+  static StoreState state;
+  return state;
+}
+
+}  // namespace
+
+void SetStoreAvailable(bool available) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().available = available;
+}
+
+void SetStoreRefusing(bool refusing) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().refusing = refusing;
+}
+
+void SetStoreRefusalRate(double rate, unsigned seed) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().refusalRate = rate;
+  State().random.seed(seed);
+}
+
+void SetStoredValue(const std::string& key, const std::string& value) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().values[key] = value;
+}
+
+std::string StoredValue(const std::string& key) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  const auto found = State().values.find(key);
+  return found != State().values.end() ? found->second : "";
+}
+
+std::vector<StoreCall> StoreCalls() {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  return State().calls;
+}
+
+size_t CountStoreCalls(const std::string& operation) {
+  const std::vector<StoreCall> calls = StoreCalls();
+  return static_cast<size_t>(std::count_if(calls.begin(), calls.end(), [&](const StoreCall& call) {
+    return call.operation == operation;
+  }));
+}
+
+void ResetStore() {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().available = true;
+  State().refusing = false;
+  State().refusalRate = 0.0;
+  State().values.clear();
+  State().calls.clear();
+}
+
+}  // namespace cpd::test
+
+namespace sd {
+
+SDConfig* SDConfig::GetInstance() {
+  static SDConfig instance;
+  std::lock_guard<std::mutex> lock(cpd::test::State().mutex);
+  return cpd::test::State().available ? &instance : nullptr;
+}
+
+std::string SDConfig::GetSecure(const std::string& key) {
+  cpd::test::StoreState& state = cpd::test::State();
+  std::lock_guard<std::mutex> lock(state.mutex);
+  const auto found = state.values.find(key);
+  const std::string value = found != state.values.end() ? found->second : "";
+  state.calls.push_back({"GetSecure", key, value, true, std::this_thread::get_id()});
+  return value;
+}
+
+bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
+  cpd::test::StoreState& state = cpd::test::State();
+  std::lock_guard<std::mutex> lock(state.mutex);
+  bool accepted = !state.refusing;
+  if (accepted && state.refusalRate > 0.0) {
+    accepted = std::uniform_real_distribution<double>(0.0, 1.0)(state.random) >= state.refusalRate;
+  }
+  if (accepted) {
+    state.values[key] = value;
+  }
+  state.calls.push_back({"SetSecure", key, value, accepted, std::this_thread::get_id()});
+  return accepted;
+}
+
+}  // namespace sd
