@@ -48,7 +48,8 @@ std::string Timestamp() {
   return text;
 }
 
-std::string FormatMessage(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string FormatMessage(const char* format,
+                                                                va_list arguments) {
   va_list measure;
   va_copy(measure, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, measure);

@@ -15,7 +15,7 @@ namespace {
 std::mutex gLogMutex;
 std::vector<LogLine> gLogs;
 
-std::string Format(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
   va_list measure;
   va_copy(measure, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, measure);
@@ -54,8 +54,12 @@ size_t CountLogBody(const std::string& body) {
   return static_cast<size_t>(std::count(bodies.begin(), bodies.end(), body));
 }
 
-std::string DebugBody(const std::string& message) { return "\"Debug:\" \"" + message + "\""; }
-std::string ErrorBody(const std::string& message) { return "\"Error:\" \"" + message + "\""; }
+std::string DebugBody(const std::string& message) {
+  return "\"Debug:\" \"" + message + "\"";
+}
+std::string ErrorBody(const std::string& message) {
+  return "\"Error:\" \"" + message + "\"";
+}
 
 }  // namespace cpd::test
 
