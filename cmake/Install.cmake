@@ -19,6 +19,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/cpd_joystickConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/cpd_joystickConfigVersion.cmake
         DESTINATION ${CPD_CMAKE_DIR})
 
+# The .pc file finds its prefix relative to itself, so the package can be moved.
+file(RELATIVE_PATH CPD_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file(cmake/cpd_joystick.pc.in ${CMAKE_CURRENT_BINARY_DIR}/cpd_joystick.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/cpd_joystick.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

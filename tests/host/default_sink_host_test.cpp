@@ -1,0 +1,67 @@
+// The default sink: one timestamped line per statement, to the file named by CPD_JOYSTICK_LOG
+// or else to standard error.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string TemporaryPath(const std::string& stem) {
+  return ::testing::TempDir() + stem + "-" + std::to_string(getpid());
+}
+
+std::vector<std::string> ReadLines(const std::string& path) {
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  std::string line;
+  while (std::getline(file, line)) {
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+int RunHost(const std::string& environment, const std::string& stderrPath) {
+  const std::string command =
+      environment + " '" + CPD_DEFAULT_SINK_HOST + "' 2>'" + stderrPath + "'";
+  return std::system(command.c_str());
+}
+
+const std::regex LINE_SHAPE(
+    R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z (DEBUG\(5\)|ERROR\(7\)) CPD_LOG \S+ \w+\(\d+\): "(Debug|Error):" ".*"$)");
+
+TEST(DefaultSink, WritesTimestampedLevelledLinesToTheConfiguredFile) {
+  const std::string logPath = TemporaryPath("sink.log");
+  const std::string errPath = TemporaryPath("sink.err");
+  std::remove(logPath.c_str());
+  ASSERT_EQ(RunHost("CPD_JOYSTICK_LOG='" + logPath + "'", errPath), 0);
+
+  const std::vector<std::string> lines = ReadLines(logPath);
+  ASSERT_GE(lines.size(), 6U);  // "%p", "", thread start and exit, "%p", "begin", "end"
+  for (const std::string& line : lines) {
+    EXPECT_TRUE(std::regex_match(line, LINE_SHAPE)) << line;
+  }
+  EXPECT_NE(lines.back().find(" Stop("), std::string::npos);
+  EXPECT_NE(lines.back().find("\"Debug:\" \"end\""), std::string::npos);
+  EXPECT_TRUE(ReadLines(errPath).empty());
+}
+
+TEST(DefaultSink, WritesToStandardErrorWithoutAConfiguredFile) {
+  const std::string errPath = TemporaryPath("sink-stderr.err");
+  ASSERT_EQ(RunHost("env -u CPD_JOYSTICK_LOG", errPath), 0);
+  const std::vector<std::string> lines = ReadLines(errPath);
+  ASSERT_GE(lines.size(), 6U);
+  size_t libraryLines = 0;
+  for (const std::string& line : lines) {
+    libraryLines += std::regex_match(line, LINE_SHAPE) ? 1 : 0;
+  }
+  EXPECT_EQ(libraryLines, lines.size());
+}
+
+}  // namespace
