@@ -63,14 +63,13 @@ inline const char* FileNameAfterBackslash(const char* path) {
 
 #define CPD_LOG_FORMAT_(word, message) "%s %s(%d): \"" word "\" " #message
 
-#define CPD_LOG_AT_(logClass, word, message, ...)                                            \
-  do {                                                                                       \
-    if constexpr (::cpd::log::IsEmitted(logClass)) {                                         \
-      quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                \
-                     CPD_LOG_FORMAT_(word, message),                                         \
-                     ::cpd::log::FileNameAfterBackslash(__FILE__), __func__, __LINE__,       \
-                     ##__VA_ARGS__);                                                         \
-    }                                                                                        \
+#define CPD_LOG_AT_(logClass, word, message, ...)                                                  \
+  do {                                                                                             \
+    if constexpr (::cpd::log::IsEmitted(logClass)) {                                               \
+      quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                      \
+                     CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \
+                     __func__, __LINE__, ##__VA_ARGS__);                                           \
+    }                                                                                              \
   } while (false)
 
 #define CPD_LOG_ERROR(message, ...) \

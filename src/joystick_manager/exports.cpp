@@ -25,8 +25,8 @@ Result CallManager(const char* exportName, Result onFailure, Call call) {
 }  // namespace
 
 int32_t JoysticAPI_RegsisterNotify(CpdJoystickNotify* notify) {
-  return CallManager(__func__, 0,
-                     [&](cpd::JoystickManager& manager) { return manager.RegsisterNotify(notify); });
+  return CallManager(
+      __func__, 0, [&](cpd::JoystickManager& manager) { return manager.RegsisterNotify(notify); });
 }
 
 int32_t JoysticAPI_UnregsisterNotify(CpdJoystickNotify* notify) {

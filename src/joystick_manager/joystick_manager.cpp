@@ -113,7 +113,9 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   return 0;
 }
 
-int32_t JoystickManager::Calibration(uint16_t /*index*/) { return 0; }
+int32_t JoystickManager::Calibration(uint16_t /*index*/) {
+  return 0;
+}
 
 template <typename Call>
 void JoystickManager::ForEachListener(Call call) {

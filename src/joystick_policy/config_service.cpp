@@ -4,15 +4,25 @@
 
 namespace sd {
 
-SDConfig& SDConfig::operator=(const SDConfig& /*other*/) { return *this; }
-SDConfig& SDConfig::operator=(SDConfig&& /*other*/) noexcept { return *this; }
+SDConfig& SDConfig::operator=(const SDConfig& /*other*/) {
+  return *this;
+}
+SDConfig& SDConfig::operator=(SDConfig&& /*other*/) noexcept {
+  return *this;
+}
 
-DMConfig& DMConfig::operator=(const DMConfig& /*other*/) { return *this; }
-DMConfig& DMConfig::operator=(DMConfig&& /*other*/) noexcept { return *this; }
+DMConfig& DMConfig::operator=(const DMConfig& /*other*/) {
+  return *this;
+}
+DMConfig& DMConfig::operator=(DMConfig&& /*other*/) noexcept {
+  return *this;
+}
 
 SDConfigService::SDConfigService() = default;
 SDConfigService::SDConfigService(const SDConfigService& /*other*/) {}
 SDConfigService::~SDConfigService() = default;
-SDConfigService& SDConfigService::operator=(const SDConfigService& /*other*/) { return *this; }
+SDConfigService& SDConfigService::operator=(const SDConfigService& /*other*/) {
+  return *this;
+}
 
 }  // namespace sd

@@ -70,9 +70,9 @@ TEST_F(HostApi, MappingListOffersTheSixLayoutsOnceAListenerRegistered) {
     names.push_back(info.name);
     ++expected;
   }
-  EXPECT_EQ(names, (std::vector<std::string>{"MAPPING_PS", "MAPPING_SWITCH_MOD1",
-                                             "MAPPING_SWITCH_MOD2", "MAPPING_ANDROID",
-                                             "MAPPING_LOGIC", "MAPPING_XBOX"}));
+  EXPECT_EQ(names,
+            (std::vector<std::string>{"MAPPING_PS", "MAPPING_SWITCH_MOD1", "MAPPING_SWITCH_MOD2",
+                                      "MAPPING_ANDROID", "MAPPING_LOGIC", "MAPPING_XBOX"}));
   EXPECT_EQ(CountLogBody(DebugBody("size[6]")), 1U);
 }
 
@@ -137,7 +137,7 @@ TEST_F(HostApi, UnknownPointerLeavesOthersRegisteredAndPollingOn) {
 TEST_F(HostApi, UnregisterWithNoListenersStopsAgainAndLogsBeginAndEnd) {
   EXPECT_EQ(JoysticAPI_UnregsisterNotify(&first), 0);
   EXPECT_EQ(LogBodies(), (std::vector<std::string>{DebugBody(PointerText(&first)),
-                                                    DebugBody("begin"), DebugBody("end")}));
+                                                   DebugBody("begin"), DebugBody("end")}));
 }
 
 TEST_F(HostApi, RegisterAfterStopStartsAFreshThread) {

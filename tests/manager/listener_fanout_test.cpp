@@ -53,8 +53,8 @@ TEST_F(ListenerFanout, DataReachesEveryListenerInRegistrationOrder) {
     EXPECT_EQ(listener->PacketLengths(), std::vector<int32_t>{17});
     const auto bytes = listener->Packets().front();
     EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.end()),
-              (std::vector<uint8_t>{0x02, 0x04, 0x03, 0x02, 0x01, 0x00, 0x10, 0, 0, 0x01, 0x80,
-                                    0, 0, 0, 0, 0, 0}));
+              (std::vector<uint8_t>{0x02, 0x04, 0x03, 0x02, 0x01, 0x00, 0x10, 0, 0, 0x01, 0x80, 0,
+                                    0, 0, 0, 0, 0}));
   }
 }
 
@@ -71,8 +71,7 @@ TEST_F(ListenerFanout, EveryListenerGetsTheEventNameAndRecord) {
     EXPECT_EQ(listener->Events()[0].name, "JOYSTICK_DEV_DETACHED");
     EXPECT_EQ(listener->Events()[0].record, record);
     EXPECT_EQ(listener->DevListUpdateCount(), 1U);
-    EXPECT_EQ(listener->Sequence(),
-              (std::vector<std::string>{"JOYSTICK_DEV_DETACHED", "devlist"}));
+    EXPECT_EQ(listener->Sequence(), (std::vector<std::string>{"JOYSTICK_DEV_DETACHED", "devlist"}));
   }
 }
 
@@ -124,8 +123,8 @@ TEST_F(ListenerFanout, AThrowingListenerIsLoggedAndTheNextStillCalled) {
   EXPECT_EQ(second.PacketCount(), 1U);
   char pointer[32];
   std::snprintf(pointer, sizeof pointer, "%p", static_cast<void*>(&first));
-  EXPECT_EQ(CountLogBody(cpd::test::ErrorBody("listener " + std::string(pointer) +
-                                              " threw: listener bug")),
+  EXPECT_EQ(CountLogBody(
+                cpd::test::ErrorBody("listener " + std::string(pointer) + " threw: listener bug")),
             1U);
 }
 

@@ -144,8 +144,8 @@ TEST_F(DefaultStore, KilledWriterNeverLosesThePreviousValue) {
     int status = 0;
     waitpid(child, &status, 0);
     const std::string value = Store().GetSecure(KEY);
-    EXPECT_TRUE(value == first || value == second) << "round " << round << ": torn value of "
-                                                   << value.size() << " bytes";
+    EXPECT_TRUE(value == first || value == second)
+        << "round " << round << ": torn value of " << value.size() << " bytes";
   }
 }
 
@@ -154,8 +154,8 @@ TEST_F(DefaultStore, ConcurrentWritersOfDistinctKeysAllLand) {
   for (int t = 0; t < 8; ++t) {
     writers.emplace_back([t] {
       for (int i = 0; i < 20; ++i) {
-        EXPECT_TRUE(sd::SDConfig::GetInstance()->SetSecure("key" + std::to_string(t),
-                                                           std::to_string(i)));
+        EXPECT_TRUE(
+            sd::SDConfig::GetInstance()->SetSecure("key" + std::to_string(t), std::to_string(i)));
       }
     });
   }

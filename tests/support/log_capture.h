@@ -11,12 +11,12 @@ struct LogLine {
   int first = -1;
   int level = -1;
   std::string tag;
-  std::string format;    // the format exactly as the statement built it
-  std::string file;      // the first three arguments, which every statement passes
+  std::string format;  // the format exactly as the statement built it
+  std::string file;    // the first three arguments, which every statement passes
   std::string function;
   int line = 0;
-  std::string body;      // the formatted remainder: "Debug:" "<message with its arguments>"
-  std::string text;      // the whole formatted line
+  std::string body;  // the formatted remainder: "Debug:" "<message with its arguments>"
+  std::string text;  // the whole formatted line
   std::thread::id thread;
 };
 

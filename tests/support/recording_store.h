@@ -12,8 +12,8 @@ namespace cpd::test {
 struct StoreCall {
   std::string operation;  // "GetSecure" or "SetSecure"
   std::string key;
-  std::string value;      // the text written, or the text returned
-  bool accepted = true;   // SetSecure's result
+  std::string value;     // the text written, or the text returned
+  bool accepted = true;  // SetSecure's result
   std::thread::id thread;
 };
 

@@ -34,8 +34,8 @@ class PrintingListener : public CpdJoystickNotify {
     const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
     std::printf("devices %zu\n", devices.size());
     for (const _CpdJoystickDeviceInfo& device : devices) {
-      std::printf("  slot %u  %04x:%04x  layout %u  %s  %s\n", device.index, device.vid,
-                  device.pid, device.mappingIndex, device.name.c_str(), device.path.c_str());
+      std::printf("  slot %u  %04x:%04x  layout %u  %s  %s\n", device.index, device.vid, device.pid,
+                  device.mappingIndex, device.name.c_str(), device.path.c_str());
     }
     std::fflush(stdout);
   }
