@@ -59,13 +59,13 @@ __attribute__((format(printf, 1, 0))) std::string FormatMessage(const char* form
   }
   std::vector<char> buffer(static_cast<size_t>(length) + 1);
   std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  return std::string(buffer.data(), static_cast<size_t>(length));
+  return {buffer.data(), static_cast<size_t>(length)};
 }
 
 // The descriptor lines go to: the log file if one is configured and can be opened, else stderr.
 int OutputDescriptor() {
   static const int descriptor = [] {
-    const char* path = std::getenv("CPD_JOYSTICK_LOG");
+    const char* path = std::getenv("CPD_JOYSTICK_LOG");  // NOLINT(concurrency-mt-unsafe): read once
     if (path == nullptr || *path == '\0') {
       return STDERR_FILENO;
     }

@@ -20,6 +20,8 @@
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include "cpd_joystick/sd_config.h"
 
@@ -28,15 +30,19 @@ namespace {
 std::mutex gStoreMutex;
 
 std::string NonEmptyEnv(const char* name) {
-  const char* value = std::getenv(name);
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody sets it here
   return value != nullptr ? value : "";
 }
 
 std::string HomeDirectory() {
   std::string home = NonEmptyEnv("HOME");
   if (home.empty()) {
-    if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_dir != nullptr) {
-      home = entry->pw_dir;
+    passwd entry{};
+    passwd* found = nullptr;
+    std::vector<char> buffer(16384);
+    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+        found != nullptr && entry.pw_dir != nullptr) {
+      home = entry.pw_dir;
     }
   }
   return home;
@@ -56,6 +62,10 @@ std::string StorePath() {
     base = home + "/.config";
   }
   return base + "/cpd-joystick/store.json";
+}
+
+std::string ErrorText(int error) {
+  return std::generic_category().message(error);
 }
 
 void ReportError(const std::string& message) {
@@ -117,7 +127,7 @@ FileState ReadStore(const std::string& path, Json::Value& values) {
     if (errno == ENOENT) {
       return FileState::Missing;
     }
-    ReportError("cannot read " + path + ": " + std::strerror(errno) + "; reading it as empty");
+    ReportError("cannot read " + path + ": " + ErrorText(errno) + "; reading it as empty");
     return FileState::Corrupt;
   }
   Json::CharReaderBuilder builder;
@@ -163,7 +173,7 @@ void SyncDirectory(const std::string& directory) {
 bool WriteStore(const std::string& path, const Json::Value& values) {
   const std::string directory = ParentDirectory(path);
   if (!MakeDirectories(directory)) {
-    ReportError("cannot create " + directory + ": " + std::strerror(errno));
+    ReportError("cannot create " + directory + ": " + ErrorText(errno));
     return false;
   }
   Json::StreamWriterBuilder builder;
@@ -173,14 +183,14 @@ bool WriteStore(const std::string& path, const Json::Value& values) {
   std::string temporary = path + ".XXXXXX";
   const int descriptor = ::mkstemp(temporary.data());  // created with mode 0600
   if (descriptor < 0) {
-    ReportError("cannot create a temporary file beside " + path + ": " + std::strerror(errno));
+    ReportError("cannot create a temporary file beside " + path + ": " + ErrorText(errno));
     return false;
   }
   const bool written = WriteFully(descriptor, text) && ::fsync(descriptor) == 0;
   const int savedErrno = errno;
   ::close(descriptor);
   if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
-    ReportError("cannot write " + path + ": " + std::strerror(written ? errno : savedErrno));
+    ReportError("cannot write " + path + ": " + ErrorText(written ? errno : savedErrno));
     ::unlink(temporary.c_str());
     return false;
   }

@@ -4,4 +4,4 @@
 #pragma once
 
 extern "C" __attribute__((visibility("default"), format(printf, 4, 5))) void quvaniLogPrint(
-    int, int level, const char* tag, const char* format, ...);
+    int reserved, int level, const char* tag, const char* format, ...);

@@ -4,25 +4,15 @@
 
 namespace sd {
 
-SDConfig& SDConfig::operator=(const SDConfig& /*other*/) {
-  return *this;
-}
-SDConfig& SDConfig::operator=(SDConfig&& /*other*/) noexcept {
-  return *this;
-}
+SDConfig& SDConfig::operator=(const SDConfig& /*other*/) = default;
+SDConfig& SDConfig::operator=(SDConfig&& /*other*/) noexcept = default;
 
-DMConfig& DMConfig::operator=(const DMConfig& /*other*/) {
-  return *this;
-}
-DMConfig& DMConfig::operator=(DMConfig&& /*other*/) noexcept {
-  return *this;
-}
+DMConfig& DMConfig::operator=(const DMConfig& /*other*/) = default;
+DMConfig& DMConfig::operator=(DMConfig&& /*other*/) noexcept = default;
 
 SDConfigService::SDConfigService() = default;
-SDConfigService::SDConfigService(const SDConfigService& /*other*/) {}
+SDConfigService::SDConfigService(const SDConfigService& /*other*/) = default;
 SDConfigService::~SDConfigService() = default;
-SDConfigService& SDConfigService::operator=(const SDConfigService& /*other*/) {
-  return *this;
-}
+SDConfigService& SDConfigService::operator=(const SDConfigService& /*other*/) = default;
 
 }  // namespace sd
