@@ -1,0 +1,89 @@
+/* The SDL2 joystick simulator: scripted controllers behind SDL2's own joystick functions.
+ *
+ * The simulator is built as libSDL2-2.0.so.0 in a folder of its own. A program that links it (or
+ * finds it first on the library search path) makes the unchanged bridge library talk to it
+ * instead of to the system's SDL2. This header is the script side: plug and unplug controllers,
+ * move their inputs, make SDL calls fail, and read back every SDL call that was made.
+ *
+ * All functions are thread-safe: a test scripts from its own thread while the bridge's polling
+ * thread calls SDL. */
+#ifndef CPD_SDL_SIM_H
+#define CPD_SDL_SIM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Plugs a controller and returns its id (never reused). `name` and `path` may be null: SDL then
+ * reports no name or no path. Negative counts are reported as they are; reads of inputs outside
+ * the counts give 0. The controller takes the next SDL device index after those plugged before. */
+int sim_plug(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
+             int hats);
+/* Unplugs it: the count drops, later device indexes move down by one, and an open handle
+ * reports itself detached and reads 0. */
+void sim_unplug(int id);
+/* 1 while plugged. */
+int sim_is_plugged(int id);
+
+/* Input values take effect at the next SDL_JoystickUpdate, as with a real device. */
+void sim_set_axis(int id, int axis, int16_t value);
+void sim_set_button(int id, int button, uint8_t pressed);
+void sim_set_hat(int id, int hat, uint8_t bits);
+
+/* Called inside every SDL_JoystickUpdate, after pending values were applied and before the
+ * update returns; a script may set values from there that the same update then publishes.
+ * Null removes it. The callback must not call SDL functions. */
+typedef void (*sim_update_hook)(void* context, uint64_t update_number);
+void sim_set_update_hook(sim_update_hook hook, void* context);
+
+/* The next SDL_Init (or SDL_JoystickOpen) fails once, and SDL_GetError then gives `error`. */
+void sim_fail_next_init(const char* error);
+void sim_fail_next_open(const char* error);
+
+/* One SDL call as the simulator saw it. */
+typedef struct sim_call {
+  char function[40];   /* e.g. "SDL_JoystickOpen" */
+  char arguments[160]; /* the arguments as text, e.g. "0" or "\"SDL_JOYSTICK_THREAD\", \"1\"" */
+  uint64_t thread;     /* pthread_self() of the caller, see sim_this_thread */
+} sim_call;
+
+/* Copies up to `capacity` journal entries, oldest first, and returns how many there are. */
+size_t sim_journal(sim_call* out, size_t capacity);
+void sim_clear_journal(void);
+/* Journaling is on by default; long interactive runs may turn it off. */
+void sim_set_journal_enabled(int enabled);
+/* The id the journal records for the calling thread. */
+uint64_t sim_this_thread(void);
+
+/* How many SDL_JoystickUpdate calls were made, and whether SDL's joystick subsystem is up. */
+uint64_t sim_update_count(void);
+int sim_is_initialised(void);
+/* Handles currently open (opened and not yet closed). */
+int sim_open_handles(void);
+
+/* Unplugs everything, forgets failures, hook and journal. SDL is left as it is. */
+void sim_reset(void);
+
+#ifdef __cplusplus
+}
+
+#include <string>
+#include <vector>
+
+namespace sim {
+
+/* The whole journal, for C++ tests. */
+inline std::vector<sim_call> Journal() {
+  std::vector<sim_call> calls(sim_journal(nullptr, 0) + 1024);
+  const size_t total = sim_journal(calls.data(), calls.size());
+  calls.resize(total < calls.size() ? total : calls.size());
+  return calls;
+}
+
+}  // namespace sim
+#endif
+
+#endif /* CPD_SDL_SIM_H */
