@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstring>
+#include <string>
 
 #include "common/log_sink.h"
 
@@ -70,6 +71,21 @@ inline const char* FileNameAfterBackslash(const char* path) {
                      CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \
                      __func__, __LINE__, ##__VA_ARGS__);                                           \
     }                                                                                              \
+  } while (false)
+
+// A debug statement whose message comes from a data table rather than from a literal at the call
+// site. `message` must be kept in the table exactly as a literal would be written in the source
+// (escapes as typed), because that is how the line shows it; the format is then assembled here
+// instead of by the compiler.
+#define CPD_LOG_DEBUG_TEXT(message, ...)                                                          \
+  do {                                                                                            \
+    const std::string cpdLogFormat_ = std::string("%s %s(%d): \"Debug:\" \"") + (message) + "\""; \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wformat-nonliteral\"")      \
+        _Pragma("GCC diagnostic ignored \"-Wformat-security\"") quvaniLogPrint(                   \
+            0, ::cpd::log::SinkLevel(::cpd::log::LOG_CLASS_DEBUG), ::cpd::log::LOG_TAG,           \
+            cpdLogFormat_.c_str(), ::cpd::log::FileNameAfterBackslash(__FILE__), __func__,        \
+            __LINE__, ##__VA_ARGS__);                                                             \
+    _Pragma("GCC diagnostic pop")                                                                 \
   } while (false)
 
 #define CPD_LOG_ERROR(message, ...) \

@@ -110,3 +110,21 @@ TEST(LogClasses, OnlyErrorWarningDebugAndTraceReachTheSink) {
 }
 
 }  // namespace
+
+namespace {
+
+// Messages kept in data tables come out exactly as the same literal would.
+TEST_F(LogFacade, TableTextStatementMatchesTheLiteralForm) {
+  const char* const tableText = "The joystick is xbox name[%s]";
+  CPD_LOG_DEBUG_TEXT(tableText, "pad");
+  CPD_LOG_DEBUG("The joystick is xbox name[%s]", "pad");
+  const std::vector<LogLine> lines = CapturedLogs();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0].format, lines[1].format);
+  EXPECT_EQ(lines[0].body, lines[1].body);
+  EXPECT_EQ(lines[0].level, 5);
+  EXPECT_EQ(lines[0].function, "TestBody");
+  EXPECT_EQ(lines[0].tag, "CPD_LOG");
+}
+
+}  // namespace

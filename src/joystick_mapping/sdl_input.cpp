@@ -1,0 +1,72 @@
+#include "joystick_mapping/sdl_input.h"
+
+#include <cstdio>
+
+#include "common/log.h"
+#include "joystick_mapping/baseline.h"
+#include "joystick_mapping/sdl.h"
+
+namespace cpd {
+
+namespace {
+
+constexpr int32_t BASELINE_SAMPLES = 64;
+
+std::string TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
+
+}  // namespace
+
+int32_t InitJoystickInput() {
+  // SDL then watches for hot-plugs and reads raw input on a thread of its own.
+  SDL_SetHint(SDL_HINT_JOYSTICK_THREAD, "1");
+  if (SDL_WasInit(SDL_INIT_JOYSTICK) != 0) {
+    CPD_LOG_MUTED("SDL_WasInit");
+    return 1;
+  }
+  if (SDL_Init(SDL_INIT_JOYSTICK) >= 0) {
+    return 1;
+  }
+  CPD_LOG_ERROR("SDL initialization failed: %s", SDL_GetError());
+  return 0;
+}
+
+JoystickList GetJoystickList() {
+  SDL_JoystickUpdate();
+  const int count = SDL_NumJoysticks();
+  JoystickList list;
+  if (count < 1) {
+    CPD_LOG_MUTED("No joysticks connected.");
+    return list;
+  }
+  for (int deviceIndex = 0; deviceIndex < count; ++deviceIndex) {
+    if (const char* path = SDL_JoystickPathForIndex(deviceIndex)) {
+      list[path] = deviceIndex;
+    }
+  }
+  return list;
+}
+
+bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device) {
+  device._ptr = SDL_JoystickOpen(deviceIndex);
+  if (device._ptr == nullptr) {
+    // Standard output, not the log: that is where operators have always looked for it.
+    std::printf("Failed to open joystick: %s\n", SDL_GetError());
+    std::fflush(stdout);
+    return false;
+  }
+  return true;
+}
+
+void ReadJoystickInfo(JoystickDevice& device) {
+  JoystickBaseline baseline = get_sdl_joystick_baseline(device._ptr, BASELINE_SAMPLES);
+  device.numAxes = baseline.first[0];
+  device.numButtons = baseline.first[1];
+  device.numHats = baseline.first[2];
+  device.baselineAverages = std::move(baseline.second[0]);
+  device.name = TextOrEmpty(SDL_JoystickName(device._ptr));
+  device.path = TextOrEmpty(SDL_JoystickPath(device._ptr));
+  device.pid = SDL_JoystickGetProduct(device._ptr);
+  device.vid = SDL_JoystickGetVendor(device._ptr);
+}
+
+}  // namespace cpd

@@ -1,0 +1,25 @@
+// The door to SDL2's joystick subsystem: set-up, enumeration by device path, opening, and
+// reading a controller's identity. Called only from the polling thread, which owns every SDL call.
+#pragma once
+
+#include <cstdint>
+
+#include "joystick_mapping/joystick_device.h"
+#include "joystick_mapping/joystick_list.h"
+
+namespace cpd {
+
+// 1 when SDL's joystick subsystem is (or already was) up, 0 when it could not be started.
+int32_t InitJoystickInput();
+
+// The attached controllers that have a device path, by path.
+JoystickList GetJoystickList();
+
+// Opens SDL device `deviceIndex` into `device._ptr` (null on failure, reported on stdout).
+bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device);
+
+// Samples the open controller's inputs for its baseline (about a third of a second) and reads
+// its counts, name, path, product and vendor id.
+void ReadJoystickInfo(JoystickDevice& device);
+
+}  // namespace cpd
