@@ -119,7 +119,9 @@ BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings) {
 
 void GetMappedInputs(const std::map<InputId, InputBinding>& bindings,
                      std::vector<InputId>& inputs) {
+  // One allocation at most for a fresh list, none for a reused one.
   inputs.clear();
+  inputs.reserve(bindings.size());
   for (const auto& entry : bindings) {
     if (entry.second.type != InputType::UNSET) {
       inputs.push_back(entry.first);

@@ -26,6 +26,8 @@ VirtualJoystick::VirtualJoystick(VirtualInputs inputs, const char* name) : mInpu
   desc.naxes = static_cast<Uint16>(inputs.axes);
   desc.nbuttons = static_cast<Uint16>(inputs.buttons);
   desc.nhats = static_cast<Uint16>(inputs.hats);
+  desc.vendor_id = inputs.vendor;
+  desc.product_id = inputs.product;
   desc.name = name;
   desc.userdata = this;
   desc.Update = &VirtualJoystick::OnUpdate;

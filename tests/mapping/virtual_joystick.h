@@ -27,6 +27,9 @@ struct VirtualInputs {
   int axes = 6;
   int buttons = 15;
   int hats = 1;
+  // SDL 2.26 finds GameController mappings for virtual joysticks only when they carry ids.
+  uint16_t vendor = 0;
+  uint16_t product = 0;
 };
 
 class VirtualJoystick {
