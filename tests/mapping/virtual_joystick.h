@@ -2,10 +2,10 @@
 // ordinary SDL_JoystickOpen, so everything read from it goes through SDL's joystick layer.
 #pragma once
 
-#include <SDL.h>
-
 #include <cstdint>
 #include <functional>
+
+#include "joystick_mapping/sdl.h"
 
 namespace cpd::test {
 
