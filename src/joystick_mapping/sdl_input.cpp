@@ -59,10 +59,10 @@ bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device) {
 
 void ReadJoystickInfo(JoystickDevice& device) {
   JoystickBaseline baseline = get_sdl_joystick_baseline(device._ptr, BASELINE_SAMPLES);
-  device.numAxes = baseline.first[0];
-  device.numButtons = baseline.first[1];
-  device.numHats = baseline.first[2];
-  device.baselineAverages = std::move(baseline.second[0]);
+  device.numAxes = baseline.first.numAxes;
+  device.numButtons = baseline.first.numButtons;
+  device.numHats = baseline.first.numHats;
+  device.baselineAverages = std::move(baseline.second.averages);
   device.name = TextOrEmpty(SDL_JoystickName(device._ptr));
   device.path = TextOrEmpty(SDL_JoystickPath(device._ptr));
   device.pid = SDL_JoystickGetProduct(device._ptr);

@@ -1,0 +1,10 @@
+// Every heap allocation of the bench process, counted by a replaced global operator new.
+#pragma once
+
+#include <cstddef>
+
+namespace cpd::bench {
+
+size_t AllocationCount();
+
+}  // namespace cpd::bench

@@ -1,0 +1,29 @@
+// Turns one open controller's SDL state into the gamepad state, through its bindings.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "joystick_mapping/control_model.h"
+#include "joystick_mapping/joystick_device.h"
+#include "joystick_mapping/xbox_gamepad.h"
+
+namespace cpd {
+
+// Replaces `inputs` with every control whose binding is not UNSET, in ascending order.
+void GetMappedInputs(const std::map<InputId, InputBinding>& bindings, std::vector<InputId>& inputs);
+
+// Overwrites `gamepad` with the state of `inputs` as the device's SDL handle reports it now. Makes
+// exactly one SDL_JoystickUpdate; every other read comes from that snapshot. Never changes the
+// device.
+void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<InputId>& inputs,
+                             XboxGamepad& gamepad);
+
+// True when both are 0 or more, or both are below 0.
+bool sameSign(int32_t axisValue, int32_t bindingValue);
+
+// 0 .. 32767 onto 0 .. 255, rounded half away from zero.
+uint8_t axisToTrigger(int16_t magnitude);
+
+}  // namespace cpd

@@ -1,0 +1,52 @@
+// Gamepad states for assertions, compared as the 12 bytes a host receives.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "joystick_mapping/xbox_gamepad.h"
+
+namespace cpd::test {
+
+struct Gamepad {
+  uint16_t buttons = 0;
+  uint8_t leftTrigger = 0;
+  uint8_t rightTrigger = 0;
+  int16_t lx = 0;
+  int16_t ly = 0;
+  int16_t rx = 0;
+  int16_t ry = 0;
+};
+
+// The bytes as a host reads them, grouped by field: "wButtons bLT bRT LX LY RX RY".
+inline std::string HostBytes(const XboxGamepad& gamepad) {
+  std::array<uint8_t, 12> bytes{};
+  static_assert(sizeof(XboxGamepad) == 12, "twelve bytes");
+  std::memcpy(bytes.data(), &gamepad, bytes.size());
+  std::string text;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    char digits[3];
+    std::snprintf(digits, sizeof digits, "%02x", bytes[i]);
+    const bool fieldStart = i == 2 || i == 3 || i == 4 || i == 6 || i == 8 || i == 10;
+    text += (fieldStart ? " " : "") + std::string(digits);
+  }
+  return text;
+}
+
+// The same, built by hand from the little-endian field layout.
+inline std::string HostBytes(const Gamepad& state) {
+  char text[64];
+  const auto le = [](int16_t value) {
+    const auto bits = static_cast<uint16_t>(value);
+    return static_cast<unsigned>(((bits & 0xFFU) << 8U) | (bits >> 8U));
+  };
+  std::snprintf(text, sizeof text, "%04x %02x %02x %04x %04x %04x %04x",
+                le(static_cast<int16_t>(state.buttons)), state.leftTrigger, state.rightTrigger,
+                le(state.lx), le(state.ly), le(state.rx), le(state.ry));
+  return text;
+}
+
+}  // namespace cpd::test
