@@ -4,6 +4,7 @@
 #include <string>
 
 #include "joystick_policy/policy_document.h"
+#include "policy_texts.h"
 
 namespace {
 
@@ -12,33 +13,10 @@ using cpd::policy::LookupOutcome;
 using cpd::policy::LookupResult;
 using cpd::policy::MakeVidPidKey;
 using cpd::policy::UpdateMappingIndex;
+using cpd::test::ONE_XBOX_ENTRY;
+using cpd::test::XBOX_AND_DUALSENSE;
 
 constexpr const char* XBOX = "045e:028e";
-
-// The stored form, written out by hand: three blanks per level, " : ", members in name order,
-// one line break at the end.
-const std::string ONE_XBOX_ENTRY = R"([
-   {
-      "describe" : "Xbox Controller",
-      "mapping" : 6,
-      "vidpid" : "045e:028e"
-   }
-]
-)";
-
-const std::string XBOX_AND_DUALSENSE = R"([
-   {
-      "describe" : "Xbox Controller",
-      "mapping" : 6,
-      "vidpid" : "045e:028e"
-   },
-   {
-      "describe" : "DualSense Wireless Controller",
-      "mapping" : 1,
-      "vidpid" : "054c:0ce6"
-   }
-]
-)";
 
 TEST(VidPidKey, UsesFourLowerCaseHexDigitsEach) {
   EXPECT_EQ(MakeVidPidKey(0x054C, 0x0CE6), "054c:0ce6");
