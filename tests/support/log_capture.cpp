@@ -1,6 +1,7 @@
 #include "log_capture.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@ namespace cpd::test {
 namespace {
 
 std::mutex gLogMutex;
+std::condition_variable gLogAdded;
 std::vector<LogLine> gLogs;
 
 __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
@@ -54,6 +56,15 @@ size_t CountLogBody(const std::string& body) {
   return static_cast<size_t>(std::count(bodies.begin(), bodies.end(), body));
 }
 
+bool WaitForLogBody(const std::string& body, size_t count, std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(gLogMutex);
+  return gLogAdded.wait_for(lock, timeout, [&] {
+    return static_cast<size_t>(std::count_if(gLogs.begin(), gLogs.end(), [&](const LogLine& line) {
+             return line.body == body;
+           })) >= count;
+  });
+}
+
 std::string DebugBody(const std::string& message) {
   return "\"Debug:\" \"" + message + "\"";
 }
@@ -93,4 +104,5 @@ extern "C" void quvaniLogPrint(int first, int level, const char* tag, const char
 
   std::lock_guard<std::mutex> lock(cpd::test::gLogMutex);
   cpd::test::gLogs.push_back(std::move(line));
+  cpd::test::gLogAdded.notify_all();
 }

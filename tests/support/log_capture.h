@@ -1,6 +1,7 @@
 // A log sink for tests: every quvaniLogPrint call of the code under test is recorded.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,6 +28,9 @@ void ClearLogs();
 std::vector<std::string> LogBodies();
 // How many captured lines have exactly this body.
 size_t CountLogBody(const std::string& body);
+// Waits until at least `count` captured lines have exactly this body; false when `timeout` passes.
+bool WaitForLogBody(const std::string& body, size_t count = 1,
+                    std::chrono::milliseconds timeout = std::chrono::seconds(10));
 
 // The body a debug or error statement gives for an already formatted message.
 std::string DebugBody(const std::string& message);

@@ -1,8 +1,10 @@
 #include "recording_store.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <mutex>
 #include <random>
+#include <stdexcept>
 
 #include "cpd_joystick/sd_config.h"
 
@@ -12,7 +14,9 @@ namespace {
 
 struct StoreState {
   std::mutex mutex;
+  std::condition_variable called;
   bool available = true;
+  bool throwing = false;
   bool refusing = false;
   double refusalRate = 0.0;
   std::mt19937 random{1};
@@ -43,6 +47,11 @@ void SetStoreRefusalRate(double rate, unsigned seed) {
   State().random.seed(seed);
 }
 
+void SetStoreThrowing(bool throwing) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().throwing = throwing;
+}
+
 void SetStoredValue(const std::string& key, const std::string& value) {
   std::lock_guard<std::mutex> lock(State().mutex);
   State().values[key] = value;
@@ -66,11 +75,23 @@ size_t CountStoreCalls(const std::string& operation) {
   }));
 }
 
+bool WaitForStoreCalls(const std::string& operation, size_t count,
+                       std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(State().mutex);
+  return State().called.wait_for(lock, timeout, [&] {
+    const std::vector<StoreCall>& calls = State().calls;
+    return static_cast<size_t>(std::count_if(
+               calls.begin(), calls.end(),
+               [&](const StoreCall& call) { return call.operation == operation; })) >= count;
+  });
+}
+
 void ResetStore() {
   std::lock_guard<std::mutex> lock(State().mutex);
   State().available = true;
   State().refusing = false;
   State().refusalRate = 0.0;
+  State().throwing = false;
   State().values.clear();
   State().calls.clear();
 }
@@ -89,22 +110,32 @@ std::string SDConfig::GetSecure(const std::string& key) {
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   const auto found = state.values.find(key);
-  const std::string value = found != state.values.end() ? found->second : "";
-  state.calls.push_back({"GetSecure", key, value, true, std::this_thread::get_id()});
+  const std::string value = found != state.values.end() && !state.throwing ? found->second : "";
+  state.calls.push_back({"GetSecure", key, value, !state.throwing, std::this_thread::get_id(),
+                         std::chrono::steady_clock::now()});
+  state.called.notify_all();
+  if (state.throwing) {
+    throw std::runtime_error("store failure");
+  }
   return value;
 }
 
 bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
-  bool accepted = !state.refusing;
+  bool accepted = !state.refusing && !state.throwing;
   if (accepted && state.refusalRate > 0.0) {
     accepted = std::uniform_real_distribution<double>(0.0, 1.0)(state.random) >= state.refusalRate;
   }
   if (accepted) {
     state.values[key] = value;
   }
-  state.calls.push_back({"SetSecure", key, value, accepted, std::this_thread::get_id()});
+  state.calls.push_back({"SetSecure", key, value, accepted, std::this_thread::get_id(),
+                         std::chrono::steady_clock::now()});
+  state.called.notify_all();
+  if (state.throwing) {
+    throw std::runtime_error("store failure");
+  }
   return accepted;
 }
 

@@ -1,0 +1,208 @@
+#include "joystick_policy/joystick_policy.h"
+
+#include <chrono>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "common/log.h"
+#include "cpd_joystick/sd_config.h"
+#include "joystick_policy/policy_document.h"
+
+namespace cpd {
+
+namespace {
+
+constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
+
+// The stored document, or the empty text (no policy) when the store is missing or fails.
+std::string ReadStoredPolicy() {
+  try {
+    sd::SDConfig* store = sd::SDConfig::GetInstance();
+    if (store == nullptr) {
+      CPD_LOG_ERROR("no secure store, starting with an empty policy\n");
+      return "";
+    }
+    return store->GetSecure(policy::POLICY_STORE_KEY);
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("reading the policy failed: %s\n", error.what());
+  } catch (...) {
+    CPD_LOG_ERROR("reading the policy failed\n");
+  }
+  return "";
+}
+
+// True when the store took the text. A missing or failing store leaves the change pending.
+bool WriteStoredPolicy(const std::string& text) {
+  try {
+    sd::SDConfig* store = sd::SDConfig::GetInstance();
+    if (store == nullptr) {
+      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
+      return false;
+    }
+    return store->SetSecure(policy::POLICY_STORE_KEY, text);
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("writing the policy failed, change kept pending: %s\n", error.what());
+  } catch (...) {
+    CPD_LOG_ERROR("writing the policy failed, change kept pending\n");
+  }
+  return false;
+}
+
+}  // namespace
+
+JoystickPolicy::~JoystickPolicy() {
+  {
+    std::lock_guard<std::mutex> lock(mWaitMutex);
+    mStopped = true;
+    mCond.notify_all();
+  }
+  if (mThread == nullptr || !mThread->joinable()) {
+    return;
+  }
+  try {
+    mThread->join();
+  } catch (const std::system_error& error) {
+    CPD_LOG_ERROR("cannot join the policy watcher: %s\n", error.what());
+    mThread->detach();
+  }
+}
+
+int32_t JoystickPolicy::Init() {
+  std::string stored = ReadStoredPolicy();
+  CPD_LOG_DEBUG("mPolicyStr: %s", stored.c_str());
+  std::lock_guard<std::mutex> lock(mMutex);
+  if (!mStopped) {
+    // The text in memory is the master once the watcher runs; reloading it would drop changes
+    // the store has not taken yet.
+    CPD_LOG_DEBUG("already started\n");
+    return -1;
+  }
+  mPolicyStr = std::move(stored);
+  mStopped = false;
+  try {
+    mThread = std::make_unique<std::thread>(&JoystickPolicy::handlePolicyChangeThread, this);
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("cannot start the policy watcher: %s\n", error.what());
+    mStopped = true;
+    return -1;
+  }
+  return 0;
+}
+
+int32_t JoystickPolicy::GetMappingIndex(uint16_t vid, uint16_t pid) {
+  CPD_LOG_DEBUG("GetMappingIndex %.4x:%.4x\n", vid, pid);
+  if (vid == 0) {
+    CPD_LOG_DEBUG("do not GetMappingIndex cause vid is 0\n");
+    return 0;
+  }
+  return getMappingIndexFromConfig(policy::MakeVidPidKey(vid, pid));
+}
+
+int32_t JoystickPolicy::SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex,
+                                        std::string name) {
+  CPD_LOG_DEBUG("SetMappingIndex %.4x:%.4x mappingIndex[%d] name[%s]\n", vid, pid, mappingIndex,
+                name.c_str());
+  if (vid == 0) {
+    CPD_LOG_DEBUG("do not SetMappingIndex cause vid is 0\n");
+    return 0;
+  }
+  return setMappingIndexToConfig(policy::MakeVidPidKey(vid, pid), mappingIndex, std::move(name));
+}
+
+int32_t JoystickPolicy::ClearPolicy() {
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mPolicyStr.clear();
+    mPolicyChanged = true;
+  }
+  wakeWatcher();
+  return 0;
+}
+
+// The private helpers keep the signatures the rest of the system knows them by: key and text are
+// taken by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+int32_t JoystickPolicy::getMappingIndexFromConfig(std::string vidpid) {
+  std::lock_guard<std::mutex> lock(mMutex);
+  policy::LookupResult result;
+  try {
+    result = policy::LookupMappingIndex(mPolicyStr, vidpid);
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("policy lookup failed: %s\n", error.what());
+    return 0;
+  }
+  if (result.outcome == policy::LookupOutcome::RENDER_FAILED) {
+    CPD_LOG_ERROR("render failed");
+  } else if (result.outcome == policy::LookupOutcome::FOUND) {
+    CPD_LOG_DEBUG("vidpid %s MappingIndex[%d]\n", vidpid.c_str(), result.mappingIndex);
+  }
+  return result.mappingIndex;
+}
+
+// The whole read-modify-write runs under mMutex: two updates that both started from the same
+// text would otherwise each drop the other's entry.
+int32_t JoystickPolicy::setMappingIndexToConfig(std::string vidpid, uint16_t mappingIndex,
+                                                std::string describe) {
+  CPD_LOG_DEBUG("setMappingIndexToConfig vidpid[%s] mappingIndex[%d]\n", vidpid.c_str(),
+                mappingIndex);
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    try {
+      mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
+    } catch (const std::exception& error) {
+      CPD_LOG_ERROR("policy update failed: %s\n", error.what());
+      return 0;
+    }
+    CPD_LOG_DEBUG("config mPolicyStr %s\n", mPolicyStr.c_str());
+    mPolicyChanged = true;
+  }
+  wakeWatcher();
+  return 0;
+}
+// NOLINTEND(performance-unnecessary-value-param)
+
+// Each pass writes a pending change, then waits. The pass that sees the end requested is the
+// last one, so a change still pending then gets exactly one more write attempt.
+void JoystickPolicy::handlePolicyChangeThread() {
+  CPD_LOG_DEBUG("handlePolicyChangeThread enter\n");
+  bool lastPass = false;
+  while (!lastPass) {
+    lastPass = mStopped;
+    takeWakeUp();
+    if (mPolicyChanged) {
+      std::lock_guard<std::mutex> lock(mMutex);
+      CPD_LOG_DEBUG("config mPolicyStr  %s\n", mPolicyStr.c_str());
+      mPolicyChanged = !WriteStoredPolicy(mPolicyStr);
+      if (lastPass && mPolicyChanged) {
+        CPD_LOG_ERROR("policy change not stored before the end\n");
+      }
+    }
+    if (!lastPass) {
+      waitForWakeUp();
+    }
+  }
+  CPD_LOG_DEBUG("handlePolicyChangeThread exit\n");
+}
+
+void JoystickPolicy::wakeWatcher() {
+  std::lock_guard<std::mutex> lock(mWaitMutex);
+  mWakeUp = true;
+  mCond.notify_all();
+}
+
+// Every change made so far is covered by the pass that follows, so the wake-ups it raised are
+// spent; one that comes during the pass's write is kept for the next.
+void JoystickPolicy::takeWakeUp() {
+  std::lock_guard<std::mutex> lock(mWaitMutex);
+  mWakeUp = false;
+}
+
+// A refused write stays pending without waking anyone, so it is retried after the full wait
+// rather than in a busy loop.
+void JoystickPolicy::waitForWakeUp() {
+  std::unique_lock<std::mutex> lock(mWaitMutex);
+  mCond.wait_for(lock, WATCHER_WAIT, [this] { return mStopped || mWakeUp; });
+}
+
+}  // namespace cpd

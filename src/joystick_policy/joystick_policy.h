@@ -1,0 +1,59 @@
+// The process-wide mapping policy: which layout the user chose per controller model. Lookups and
+// updates work on the document text in memory; a watcher thread copies every change to the secure
+// store, so neither the polling thread nor a client's set-mapping call waits for the store.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace cpd {
+
+class JoystickPolicy {
+ public:
+  // The single instance, created, loaded and started by the first call. Null once the library is
+  // being unloaded, so callers test the pointer before use.
+  static std::shared_ptr<JoystickPolicy> GetInstance();
+
+  JoystickPolicy() = default;
+  // Ends and joins the watcher; a change still pending gets one last write attempt first.
+  ~JoystickPolicy();
+  JoystickPolicy(const JoystickPolicy&) = delete;
+  JoystickPolicy& operator=(const JoystickPolicy&) = delete;
+  JoystickPolicy(JoystickPolicy&&) = delete;
+  JoystickPolicy& operator=(JoystickPolicy&&) = delete;
+
+  // Loads the document from the store and starts the watcher; -1 when it was already started.
+  int32_t Init();
+  // The configured mapping index of the model, 0 when there is none. Vendor id 0 is refused.
+  int32_t GetMappingIndex(uint16_t vid, uint16_t pid);
+  // Records the choice with `name` as its description; always 0. Vendor id 0 is refused.
+  int32_t SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex, std::string name);
+  // Empties the document and schedules the write of the empty text; always 0.
+  int32_t ClearPolicy();
+
+ private:
+  int32_t getMappingIndexFromConfig(std::string vidpid);
+  int32_t setMappingIndexToConfig(std::string vidpid, uint16_t mappingIndex, std::string describe);
+  void handlePolicyChangeThread();
+  void wakeWatcher();
+  void takeWakeUp();
+  void waitForWakeUp();
+
+  std::string mPolicyStr;
+  std::mutex mMutex;
+  std::mutex mWaitMutex;
+  std::unique_ptr<std::thread> mThread;
+  std::atomic<bool> mStopped{true};
+  std::atomic<bool> mPolicyChanged{false};
+  std::condition_variable mCond;
+  // Set under mWaitMutex by every wake-up and consumed by the watcher's wait, so a wake-up that
+  // comes while the watcher is busy writing is not lost. Guarded by mWaitMutex.
+  bool mWakeUp = false;
+};
+
+}  // namespace cpd

@@ -1,0 +1,125 @@
+#include "joystick_policy/policy_document.h"
+
+#include <json/json.h>
+
+#include <cstdio>
+#include <exception>
+
+namespace cpd::policy {
+
+namespace {
+
+constexpr const char* MEMBER_DESCRIBE = "describe";
+constexpr const char* MEMBER_MAPPING = "mapping";
+constexpr const char* MEMBER_VIDPID = "vidpid";
+
+// The reader throws on texts nested deeper than it will follow. Such a text is treated like any
+// other that fails to parse, except that nothing of its partial tree is kept: writing that tree
+// back would give a text that cannot be read either.
+bool ParseDocument(const std::string& text, Json::Value& root) {
+  try {
+    Json::Reader reader;
+    return reader.parse(text, root, true);
+  } catch (const std::exception&) {
+    root = Json::Value();
+    return false;
+  }
+}
+
+// Reads "vidpid" the way Json::Value::asString does (a missing member is the empty text), except
+// that arrays and objects, on which asString throws, simply name no model.
+bool NamesModel(const Json::Value& vidpid, const std::string& key) {
+  if (vidpid.isArray() || vidpid.isObject()) {
+    return false;
+  }
+  return vidpid.asString() == key;
+}
+
+// Non-const access adds a missing "vidpid" as null to every object it passes; the rewritten
+// document keeps that trace, as documents written by earlier releases do.
+bool ChangeFirstEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingIndex,
+                      const std::string& describe) {
+  for (Json::Value& element : root) {
+    if (!element.isObject()) {
+      continue;
+    }
+    if (NamesModel(element[MEMBER_VIDPID], vidpid)) {
+      element[MEMBER_DESCRIBE] = describe;
+      element[MEMBER_MAPPING] = static_cast<Json::Int>(mappingIndex);
+      return true;
+    }
+  }
+  return false;
+}
+
+void AppendEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingIndex,
+                 const std::string& describe) {
+  // A root that is neither an array nor null holds no entries, and JsonCpp refuses to append to
+  // it; the choice starts a new array instead. A null root becomes an array by the append.
+  if (!root.isArray() && !root.isNull()) {
+    root = Json::Value(Json::arrayValue);
+  }
+  Json::Value entry(Json::objectValue);
+  entry[MEMBER_VIDPID] = vidpid;
+  entry[MEMBER_DESCRIBE] = describe;
+  entry[MEMBER_MAPPING] = static_cast<Json::Int>(mappingIndex);
+  root.append(entry);
+}
+
+// Three blanks per level, " : ", members in name order, a final line break: the form every stored
+// document has had. toStyledString indents with a tab in current JsonCpp; StyledWriter does not.
+std::string StyledText(const Json::Value& root) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  Json::StyledWriter writer;
+#pragma GCC diagnostic pop
+  return writer.write(root);
+}
+
+}  // namespace
+
+std::string MakeVidPidKey(uint16_t vid, uint16_t pid) {
+  char key[12] = {};
+  std::snprintf(key, sizeof key, "%.4x:%.4x", static_cast<unsigned>(vid),
+                static_cast<unsigned>(pid));
+  return key;
+}
+
+LookupResult LookupMappingIndex(const std::string& document, const std::string& vidpid) {
+  if (document.empty()) {
+    return {LookupOutcome::EMPTY_DOCUMENT, 0};
+  }
+  Json::Value root;
+  const bool parsed = ParseDocument(document, root);
+  // Deliberately a conjunction: a failed parse that still left an array, or anything at all,
+  // is searched.
+  if (!parsed && !root.isArray() && root.empty()) {
+    return {LookupOutcome::RENDER_FAILED, 0};
+  }
+  if (!root.isArray()) {
+    return {LookupOutcome::NOT_FOUND, 0};
+  }
+  for (const Json::Value& element : root) {
+    if (!element.isObject()) {
+      continue;
+    }
+    const Json::Value& mapping = element[MEMBER_MAPPING];
+    if (NamesModel(element[MEMBER_VIDPID], vidpid) && mapping.isInt()) {
+      return {LookupOutcome::FOUND, mapping.asInt()};
+    }
+  }
+  return {LookupOutcome::NOT_FOUND, 0};
+}
+
+std::string UpdateMappingIndex(const std::string& document, const std::string& vidpid,
+                               uint16_t mappingIndex, const std::string& describe) {
+  Json::Value root;
+  const bool parsed = !document.empty() && ParseDocument(document, root);
+  const bool searchable = parsed && root.isArray() && !root.empty();
+  if (!searchable || !ChangeFirstEntry(root, vidpid, mappingIndex, describe)) {
+    AppendEntry(root, vidpid, mappingIndex, describe);
+  }
+  return StyledText(root);
+}
+
+}  // namespace cpd::policy
