@@ -10,12 +10,18 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#include "joystick_mapping/joystick_device.h"
+#include "joystick_mapping/joystick_list.h"
 
 namespace cpd {
+
+// Pen tablets enumerate as joysticks; they are opened but never polled or listed.
+inline constexpr uint16_t PEN_TABLET_VENDOR = 0x056A;
 
 class JoystickManager {
  public:
@@ -53,8 +59,42 @@ class JoystickManager {
   // Waits up to `timeout` on the wake condition; returns early once a stop is requested.
   void WaitForWake(std::chrono::milliseconds timeout);
 
+  // State of one polling run: the poll counter and the last data-event bucket.
+  struct PollRun {
+    int32_t counter = 0;
+    int32_t lastEventBucket = 0;
+  };
+
+  // One controller's report of one poll, taken under the state lock.
+  struct JoystickReport {
+    enum Kind { Missing, Unusable, Ignored, Ready } kind = Missing;
+    SDL_Joystick* handle = nullptr;
+    int32_t slotIndex = 0;
+    std::string name;
+    XboxGamepad gamepad;
+    bool logState = false;
+  };
+
   void process();
+  void RunPollingPass();
+  bool OpenJoysticks(const JoystickList& list);
+  void PollUntilChange();
+  void PollJoystick(int32_t sdlIndex, PollRun& run);
+  JoystickReport TranslateJoystick(int32_t sdlIndex, int32_t counter);
+  void LogState(const JoystickReport& report, PollRun& run);
+  void CloseJoysticks();
+  int32_t UpdateJoystickDevList();
   void BuildMappingList();
+
+  // What the layout policy needs to know about the controller in a slot.
+  struct ModelIdentity {
+    uint16_t vid = 0;
+    uint16_t pid = 0;
+    std::string name;
+  };
+  std::optional<ModelIdentity> ModelInSlot(uint16_t index);
+  // Installs the layout on the controller in slot `index`; ResetMapping's result.
+  int32_t ApplyMapping(uint16_t index, uint16_t mappingIndex);
 
   // Slot index to the device path that owns it; kept for the life of the process.
   std::map<int32_t, std::string> mSlotPaths;
@@ -66,6 +106,8 @@ class JoystickManager {
   std::mutex mNotifyMutex;
   std::list<CpdJoystickNotify*> mNotifyList;
   std::list<_CpdJoystickMappingInfo> mMappingList;
+  // SDL device index to the controller opened at it, for the current polling run.
+  std::map<int32_t, JoystickDevice> Joysticks;
   std::list<_CpdJoystickDeviceInfo> mDevList;
 
   // Serialises register/unregister against each other, so that "polling runs" and "a listener

@@ -1,21 +1,248 @@
-// The body of the polling thread.
+// The body of the polling thread: set SDL up, open what is attached, poll it every 30 ms until
+// the set of controllers changes, then tear everything down and start over.
+#include <exception>
+
+#include "common/event_record.h"
 #include "common/log.h"
 #include "joystick_manager/joystick_manager.h"
+#include "joystick_mapping/identification.h"
+#include "joystick_mapping/report_translation.h"
+#include "joystick_mapping/sdl.h"
+#include "joystick_mapping/sdl_input.h"
+#include "joystick_mapping/slot_index.h"
 
 namespace cpd {
 
 namespace {
-constexpr std::chrono::milliseconds IDLE_WAIT{2000};
+
+constexpr std::chrono::milliseconds POLL_PERIOD{30};
+constexpr std::chrono::milliseconds SETUP_RETRY{2000};
+constexpr std::chrono::milliseconds EMPTY_RETRY{2000};
+constexpr std::chrono::milliseconds OPEN_RETRY{1000};
+constexpr std::chrono::milliseconds REOPEN_PAUSE{500};
+constexpr int32_t AXIS_LOG_EVERY = 30;     // polls between logs of axis-only changes
+constexpr int32_t DATA_EVENT_EVERY = 500;  // polls per data event at most
+constexpr const char* PROCESS_ORIGIN = "cpd::JoystickManager::process";
+
+JoystickDataPacket PacketOf(int32_t slotIndex, int32_t counter, const XboxGamepad& gamepad) {
+  JoystickDataPacket packet{};
+  packet.slot = static_cast<uint8_t>(slotIndex);
+  packet.dwPacketNumber = static_cast<uint32_t>(counter);
+  packet.wButtons = gamepad.wButtons;
+  packet.bLeftTrigger = gamepad.bLeftTrigger;
+  packet.bRightTrigger = gamepad.bRightTrigger;
+  packet.sThumbLX = gamepad.sThumbLX;
+  packet.sThumbLY = gamepad.sThumbLY;
+  packet.sThumbRX = gamepad.sThumbRX;
+  packet.sThumbRY = gamepad.sThumbRY;
+  return packet;
+}
+
+// Button changes are always logged; stick and trigger movement only on every 30th poll, so a
+// moving stick does not flood the log.
+bool ShouldLogState(const XboxGamepad& last, const XboxGamepad& now, int32_t counter) {
+  if (now == last) {
+    return false;
+  }
+  return now.wButtons != last.wButtons || counter % AXIS_LOG_EVERY == 0;
+}
+
+// The counter wraps like the packet number it becomes instead of overflowing.
+int32_t NextCount(int32_t counter) {
+  return static_cast<int32_t>(static_cast<uint32_t>(counter) + 1U);
+}
+
 }  // namespace
 
 void JoystickManager::process() {
   CPD_LOG_DEBUG("joystick process enter\n");
-  // Staged: controllers are not opened or polled yet. Until they are, the thread only waits on
-  // the wake condition until it is asked to stop, so that the lifecycle around it is real.
   while (!mStop.load()) {
-    WaitForWake(IDLE_WAIT);
+    try {
+      RunPollingPass();
+    } catch (const std::exception& error) {
+      // Nothing may take the host down: end this pass cleanly and start over.
+      CPD_LOG_ERROR("polling pass failed: %s", error.what());
+      CloseJoysticks();
+      SDL_Quit();
+      WaitForWake(OPEN_RETRY);
+    }
   }
+  CloseJoysticks();
+  SDL_Quit();
   CPD_LOG_DEBUG("joystick exit\n");
+}
+
+void JoystickManager::RunPollingPass() {
+  {
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    Joysticks.clear();
+  }
+  SDL_SetHint(SDL_HINT_JOYSTICK_THREAD, "1");
+  if (InitJoystickInput() == 0) {
+    WaitForWake(SETUP_RETRY);
+    return;
+  }
+  const JoystickList list = GetJoystickList();
+  if (list.empty()) {
+    CPD_LOG_MUTED("SDL no joysticks");
+    UpdateJoystickDevList();
+    WaitForWake(EMPTY_RETRY);
+    return;  // SDL stays up on this path
+  }
+  if (!OpenJoysticks(list)) {
+    CPD_LOG_ERROR("SDL_JoystickOpen failed");
+    CloseJoysticks();
+    SDL_Quit();
+    WaitForWake(OPEN_RETRY);
+    return;
+  }
+  UpdateJoystickDevList();
+  mPolling.exchange(true);
+  PollUntilChange();
+  CloseJoysticks();
+  SDL_Quit();
+  WaitForWake(REOPEN_PAUSE);
+}
+
+bool JoystickManager::OpenJoysticks(const JoystickList& list) {
+  for (const auto& [path, sdlIndex] : list) {
+    if (mStop.load()) {
+      return true;  // being stopped: what is open is closed on the way out
+    }
+    if (sdlIndex < JOYSTICK_MAX_NUM) {
+      JoystickDevice device;
+      if (!OpenJoystick(sdlIndex, device)) {
+        return false;
+      }
+      device.path = path;
+      device.slotIndex = UpdateJoyStickIndex(mSlotPaths, list, path);
+      device.lastGamepad = XboxGamepad{};
+      ReadJoystickInfo(device);
+      OpenOrCreateMapping(device);
+      std::lock_guard<std::mutex> lock(mStateMutex);
+      Joysticks[sdlIndex] = device;
+    }
+    // Controllers beyond the fourth keep an empty record, so the map's size stays the SDL count.
+    JoystickDevice entry;
+    {
+      std::lock_guard<std::mutex> lock(mStateMutex);
+      entry = Joysticks[sdlIndex];
+    }
+    CPD_LOG_DEBUG("joystickmap listsize[%d] index[%d]: name[%s] path[%s] vid[0x%x] pid[0x%x]",
+                  static_cast<int>(list.size()), entry.slotIndex, entry.name.c_str(),
+                  entry.path.c_str(), entry.vid, entry.pid);
+  }
+  return true;
+}
+
+void JoystickManager::PollUntilChange() {
+  PollRun run;
+  while (mPolling.load() && !mStop.load()) {
+    const auto attached = static_cast<int>(GetJoystickList().size());
+    std::vector<int32_t> sdlIndexes;
+    {
+      std::lock_guard<std::mutex> lock(mStateMutex);
+      for (const auto& entry : Joysticks) {
+        sdlIndexes.push_back(entry.first);
+      }
+    }
+    if (attached != static_cast<int>(sdlIndexes.size())) {
+      CPD_LOG_DEBUG("SDL numJoysticks[%d] Joysticks.size()[%d]", attached,
+                    static_cast<int>(sdlIndexes.size()));
+      mPolling.exchange(false);
+      break;
+    }
+    for (const int32_t sdlIndex : sdlIndexes) {
+      PollJoystick(sdlIndex, run);
+    }
+    run.counter = NextCount(run.counter);
+    WaitForWake(POLL_PERIOD);
+  }
+}
+
+JoystickManager::JoystickReport JoystickManager::TranslateJoystick(int32_t sdlIndex,
+                                                                   int32_t counter) {
+  // Translation reads SDL's cached state only; holding the state lock keeps a host's layout
+  // change from rewriting the bindings halfway through one report.
+  std::lock_guard<std::mutex> lock(mStateMutex);
+  JoystickReport report;
+  const auto found = Joysticks.find(sdlIndex);
+  if (found == Joysticks.end()) {
+    return report;
+  }
+  JoystickDevice& device = found->second;
+  report.handle = device._ptr;
+  report.slotIndex = device.slotIndex;
+  if (device._ptr == nullptr || device.slotIndex < 0) {
+    report.kind = JoystickReport::Unusable;
+    return report;
+  }
+  if (device.vid == PEN_TABLET_VENDOR) {
+    report.kind = JoystickReport::Ignored;
+    return report;
+  }
+  std::vector<InputId> inputs;
+  GetMappedInputs(device.mapping.bindings, inputs);
+  GetXboxReportFromSDLmap(device, inputs, report.gamepad);
+  report.kind = JoystickReport::Ready;
+  report.name = device.name;
+  report.logState = ShouldLogState(device.lastGamepad, report.gamepad, counter);
+  device.lastGamepad = report.gamepad;
+  return report;
+}
+
+void JoystickManager::PollJoystick(int32_t sdlIndex, PollRun& run) {
+  const JoystickReport report = TranslateJoystick(sdlIndex, run.counter);
+  if (report.kind == JoystickReport::Unusable) {
+    CPD_LOG_DEBUG("joystick %d: _ptr is null index[%d]", sdlIndex, report.slotIndex);
+    return;
+  }
+  if (report.kind != JoystickReport::Ready) {
+    return;
+  }
+  if (report.logState) {
+    LogState(report, run);
+  }
+  const JoystickDataPacket packet = PacketOf(report.slotIndex, run.counter, report.gamepad);
+  NotifyData(&packet, static_cast<int32_t>(sizeof packet));
+  if (SDL_JoystickGetAttached(report.handle) == SDL_FALSE) {
+    CPD_LOG_DEBUG("joystick[%s] detached", report.name.c_str());
+    NotifyEvent(EVENT_DEV_DETACHED, CPD_EVENT_RECORD(PROCESS_ORIGIN, report.name + " detached"));
+    mPolling.exchange(false);
+  }
+}
+
+void JoystickManager::LogState(const JoystickReport& report, PollRun& run) {
+  const XboxGamepad& gamepad = report.gamepad;
+  CPD_LOG_DEBUG(
+      "joystick[%d][%s] dwPacketNumber[%d] wButtons[%x] bLeftTrigger[%u] bRightTrigger[%u] "
+      "sThumbLX[%hd] sThumbLY[%hd] sThumbRX[%hd] sThumbRY[%hd]\n",
+      report.slotIndex, report.name.c_str(), run.counter, gamepad.wButtons, gamepad.bLeftTrigger,
+      gamepad.bRightTrigger, gamepad.sThumbLX, gamepad.sThumbLY, gamepad.sThumbRX,
+      gamepad.sThumbRY);
+  const int32_t bucket = run.counter / DATA_EVENT_EVERY;
+  if (bucket != run.lastEventBucket) {
+    NotifyEvent(EVENT_DEV_SEND_DATA,
+                CPD_EVENT_RECORD(PROCESS_ORIGIN, report.name + " has joystick data:" +
+                                                     std::to_string(run.counter)));
+    run.lastEventBucket = bucket;
+  }
+}
+
+void JoystickManager::CloseJoysticks() {
+  std::vector<SDL_Joystick*> handles;
+  {
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    for (const auto& entry : Joysticks) {
+      handles.push_back(entry.second._ptr);
+    }
+    Joysticks.clear();
+  }
+  for (SDL_Joystick* handle : handles) {
+    if (handle != nullptr) {  // controllers beyond the fourth were never opened
+      SDL_JoystickClose(handle);
+    }
+  }
 }
 
 }  // namespace cpd

@@ -1,5 +1,5 @@
-// A host that defines the log sink itself gets its own definition used by the shipped library,
-// although the library also links the default one.
+// A host that defines the log sink and the secure store itself gets its own definitions used by
+// the shipped library, although the library also links the default ones.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -40,6 +40,17 @@ TEST(HostBoundaries, LibraryLinesReachTheHostsOwnSink) {
 
 TEST(HostBoundaries, SinkBindsToTheHostsDefinition) {
   EXPECT_EQ(DefiningObject("quvaniLogPrint"), ThisExecutable());
+}
+
+TEST(HostBoundaries, StoreBindsToTheHostsDefinitions) {
+  const std::string host = ThisExecutable();
+  EXPECT_EQ(DefiningObject("_ZN2sd8SDConfig11GetInstanceEv"), host);
+  EXPECT_EQ(DefiningObject("_ZN2sd8SDConfig9GetSecureERKNSt7__cxx1112basic_stringIcSt11char_"
+                           "traitsIcESaIcEEE"),
+            host);
+  EXPECT_EQ(DefiningObject("_ZN2sd8SDConfig9SetSecureERKNSt7__cxx1112basic_stringIcSt11char_"
+                           "traitsIcESaIcEEES8_"),
+            host);
 }
 
 }  // namespace
