@@ -1,0 +1,92 @@
+#include "scenario.h"
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+namespace cpd::test {
+
+const PadModel XBOX_PAD{"Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1};
+const PadModel DUALSENSE_PAD{"DualSense Wireless Controller", 0x054c, 0x0ce6, 6, 15, 1};
+const PadModel SWITCH_PAD{"Nintendo Switch Pro Controller", 0x057e, 0x2009, 6, 15, 1};
+const PadModel GENERIC_PAD{"Generic USB Joystick", 0x0079, 0x0006, 4, 12, 1};
+const PadModel PEN_TABLET{"Wacom Intuos Pen", 0x056a, 0x0374, 6, 4, 0};
+
+int Plug(const PadModel& model, const std::string& path) {
+  return sim_plug(model.name, path.c_str(), model.vid, model.pid, model.axes, model.buttons,
+                  model.hats);
+}
+
+void Scenario::SetUp() {
+  sim_reset();
+  ResetStore();
+  ClearLogs();
+}
+
+void Scenario::TearDown() {
+  for (TestListener* registered : mRegistered) {
+    JoysticAPI_UnregsisterNotify(registered);
+  }
+  sim_reset();
+}
+
+void Scenario::Register(TestListener* which) {
+  TestListener* target = which != nullptr ? which : &listener;
+  mRegistered.push_back(target);
+  JoysticAPI_RegsisterNotify(target);
+}
+
+void Scenario::Unregister(TestListener* which) {
+  TestListener* target = which != nullptr ? which : &listener;
+  mRegistered.erase(std::remove(mRegistered.begin(), mRegistered.end(), target), mRegistered.end());
+  JoysticAPI_UnregsisterNotify(target);
+}
+
+bool Scenario::WaitForDevListUpdates(size_t count, TestListener* which) {
+  TestListener* target = which != nullptr ? which : &listener;
+  return target->WaitFor([&] { return target->DevListUpdateCount() >= count; },
+                         std::chrono::seconds(15));
+}
+
+bool Scenario::WaitForPackets(size_t count, TestListener* which) {
+  TestListener* target = which != nullptr ? which : &listener;
+  return target->WaitFor([&] { return target->PacketCount() >= count; }, std::chrono::seconds(15));
+}
+
+bool Scenario::WaitForLog(const std::string& body, size_t count,
+                          std::chrono::milliseconds timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (CountLogBody(body) < count) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+std::vector<RecordedEvent> Scenario::EventsNamed(const std::string& name,
+                                                 TestListener* which) const {
+  const TestListener* target = which != nullptr ? which : &listener;
+  std::vector<RecordedEvent> named;
+  for (const RecordedEvent& event : target->Events()) {
+    if (event.name == name) {
+      named.push_back(event);
+    }
+  }
+  return named;
+}
+
+std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot) {
+  std::vector<JoystickDataPacket> packets;
+  for (const auto& bytes : listener.Packets()) {
+    JoystickDataPacket packet{};
+    std::memcpy(&packet, bytes.data(), sizeof packet);
+    if (packet.slot == slot) {
+      packets.push_back(packet);
+    }
+  }
+  return packets;
+}
+
+}  // namespace cpd::test

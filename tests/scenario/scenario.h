@@ -1,0 +1,66 @@
+// What every scenario test needs: a clean simulator and store, a registered listener, and ways to
+// wait for what the polling thread does.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "cpd_joystick/joystick_api.h"
+#include "log_capture.h"
+#include "recording_store.h"
+#include "sdl_sim.h"
+#include "test_listener.h"
+
+namespace cpd::test {
+
+// Well-known controllers, as the simulator plugs them.
+struct PadModel {
+  const char* name;
+  uint16_t vid;
+  uint16_t pid;
+  int axes;
+  int buttons;
+  int hats;
+};
+
+extern const PadModel XBOX_PAD;
+extern const PadModel DUALSENSE_PAD;
+extern const PadModel SWITCH_PAD;
+extern const PadModel GENERIC_PAD;
+extern const PadModel PEN_TABLET;
+
+int Plug(const PadModel& model, const std::string& path);
+
+class Scenario : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Registers `listener` (the fixture's own by default).
+  void Register(TestListener* listener = nullptr);
+  void Unregister(TestListener* listener = nullptr);
+
+  // Waits until the device list has been published `count` times in all.
+  bool WaitForDevListUpdates(size_t count, TestListener* listener = nullptr);
+  // Waits until at least `count` packets arrived.
+  bool WaitForPackets(size_t count, TestListener* listener = nullptr);
+  // Waits until a debug or error line with this body was logged `count` times.
+  static bool WaitForLog(const std::string& body, size_t count = 1,
+                         std::chrono::milliseconds timeout = std::chrono::seconds(15));
+  // The events received so far with this name.
+  std::vector<RecordedEvent> EventsNamed(const std::string& name,
+                                         TestListener* listener = nullptr) const;
+
+  TestListener listener;
+
+ private:
+  std::vector<TestListener*> mRegistered;
+};
+
+// The packets' bytes as the listener got them, for one slot.
+std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot);
+
+}  // namespace cpd::test
