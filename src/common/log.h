@@ -52,6 +52,20 @@ constexpr int SinkLevel(int logClass) {
   }
 }
 
+// True when a stringised message is one string literal. Adjacent literals would be stringised
+// with their quotes and the blank between them, and the line would show exactly that.
+constexpr bool IsSingleLiteral(const char* stringised) {
+  if (stringised[0] != '"') {
+    return false;
+  }
+  for (const char* at = stringised + 1; at[0] != '\0' && at[1] != '\0'; ++at) {
+    if (at[0] == '"' && at[-1] != '\\') {
+      return false;
+    }
+  }
+  return true;
+}
+
 // The log line names its source file by what follows the last backslash. Builds that use
 // slashes therefore show the whole path; that is how the line has always looked, so only the
 // backslash counts here (GetFileNameFromPath, used for event origins, also cuts at slashes).
@@ -66,6 +80,8 @@ inline const char* FileNameAfterBackslash(const char* path) {
 
 #define CPD_LOG_AT_(logClass, word, message, ...)                                                  \
   do {                                                                                             \
+    static_assert(::cpd::log::IsSingleLiteral(#message),                                           \
+                  "a log message is one literal: the line shows it as written");                   \
     if constexpr (::cpd::log::IsEmitted(logClass)) {                                               \
       quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                      \
                      CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \

@@ -214,9 +214,9 @@ void JoystickManager::PollJoystick(int32_t sdlIndex, PollRun& run) {
 
 void JoystickManager::LogState(const JoystickReport& report, PollRun& run) {
   const XboxGamepad& gamepad = report.gamepad;
+  // One literal on one line: the log shows the message exactly as written here.
   CPD_LOG_DEBUG(
-      "joystick[%d][%s] dwPacketNumber[%d] wButtons[%x] bLeftTrigger[%u] bRightTrigger[%u] "
-      "sThumbLX[%hd] sThumbLY[%hd] sThumbRX[%hd] sThumbRY[%hd]\n",
+      "joystick[%d][%s] dwPacketNumber[%d] wButtons[%x] bLeftTrigger[%u] bRightTrigger[%u] sThumbLX[%hd] sThumbLY[%hd] sThumbRX[%hd] sThumbRY[%hd]\n",
       report.slotIndex, report.name.c_str(), run.counter, gamepad.wButtons, gamepad.bLeftTrigger,
       gamepad.bRightTrigger, gamepad.sThumbLX, gamepad.sThumbLY, gamepad.sThumbRX,
       gamepad.sThumbRY);

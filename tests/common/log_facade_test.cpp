@@ -95,6 +95,14 @@ TEST_F(LogFacade, UnsignedShortArgumentsAreWidenedToInt) {
   EXPECT_EQ(OnlyLine().body, "\"Debug:\" \"GetMappingIndex 045e:ffff\\n\"");
 }
 
+TEST(LogClasses, MessageMustBeOneLiteral) {
+  EXPECT_TRUE(cpd::log::IsSingleLiteral(R"("index[%d]")"));
+  EXPECT_TRUE(cpd::log::IsSingleLiteral(R"("say \"hi\"")"));
+  EXPECT_TRUE(cpd::log::IsSingleLiteral(R"("")"));
+  EXPECT_FALSE(cpd::log::IsSingleLiteral(R"("first " "second")"));
+  EXPECT_FALSE(cpd::log::IsSingleLiteral("message"));
+}
+
 TEST(LogClasses, OnlyErrorWarningDebugAndTraceReachTheSink) {
   using namespace cpd::log;
   EXPECT_TRUE(IsEmitted(LOG_CLASS_ERROR));

@@ -1,5 +1,6 @@
 // The device list as the host sees it: what is listed, and what listeners hear.
 #include <regex>
+#include <thread>
 
 #include "scenario.h"
 
@@ -38,6 +39,77 @@ TEST_F(DeviceList, FirstRunWithOneControllerPublishesItOnce) {
       R"(\[device_list\.cpp cpd::JoystickManager::UpdateJoystickDevList\(\d+\)\] )"
       R"(joystickNum: 1\{vid:0x045e pid:0x0b13 devname:xbox wireless controller index:0 mappingIndex:6\};)");
   EXPECT_TRUE(std::regex_match(record.at("message"), message)) << record.at("message");
+}
+
+}  // namespace
+}  // namespace cpd::test
+
+namespace cpd::test {
+namespace {
+
+std::string LastMessage(const std::vector<RecordedEvent>& events) {
+  return events.empty() ? "" : events.back().record.at("message");
+}
+
+TEST_F(DeviceList, TwoControllersRepeatTheFirstEntryInTheSummary) {
+  Plug(XBOX_PAD, "/dev/input/event20");
+  Plug(DUALSENSE_PAD, "/dev/input/event21");
+  Register();
+  ASSERT_TRUE(listener.WaitFor([&] { return !EventsNamed("JOYSTICK_DEV_LIST_UPDATE").empty(); }));
+  const std::string message = LastMessage(EventsNamed("JOYSTICK_DEV_LIST_UPDATE"));
+  const std::string first =
+      "{vid:0x045e pid:0x0b13 devname:xbox wireless controller index:0 mappingIndex:6};";
+  const std::string second =
+      "{vid:0x054c pid:0x0ce6 devname:dualsense wireless controller index:1 mappingIndex:1};";
+  const std::string tail = "joystickNum: 2" + first + first + second;
+  ASSERT_GE(message.size(), tail.size());
+  EXPECT_EQ(message.substr(message.size() - tail.size()), tail);
+  EXPECT_EQ(JoysticAPI_GetDevList().size(), 2U);
+}
+
+TEST_F(DeviceList, SummaryPrintsIndexAndLayoutInHexadecimal) {
+  for (int i = 0; i < 4; ++i) {
+    Plug(GENERIC_PAD, "/dev/input/event" + std::to_string(30 + i));
+  }
+  Register();
+  ASSERT_TRUE(listener.WaitFor([&] { return !EventsNamed("JOYSTICK_DEV_LIST_UPDATE").empty(); },
+                               std::chrono::seconds(20)));
+  const std::string message = LastMessage(EventsNamed("JOYSTICK_DEV_LIST_UPDATE"));
+  EXPECT_NE(message.find("joystickNum: 4{vid:0x0079 pid:0x0006 devname:generic usb joystick "
+                         "index:0 mappingIndex:2};"),
+            std::string::npos);
+  EXPECT_NE(message.find("index:3 mappingIndex:2};"), std::string::npos);
+  EXPECT_EQ(CountLogBody(DebugBody(
+                "vid[0x0079] pid[0x0006] devname[generic usb joystick] index[3] mappingIndex[2]")),
+            1U);
+}
+
+TEST_F(DeviceList, PenTabletAloneIsNeverListedNorNotified) {
+  Plug(PEN_TABLET, "/dev/input/event40");
+  Register();
+  ASSERT_TRUE(WaitForLog(DebugBody("wacom is not joystick")));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_TRUE(JoysticAPI_GetDevList().empty());
+  EXPECT_EQ(listener.DevListUpdateCount(), 0U);
+  EXPECT_TRUE(listener.Events().empty());
+  EXPECT_EQ(listener.PacketCount(), 0U);
+}
+
+TEST_F(DeviceList, FifthControllerIsListedAsAnEmptyEntry) {
+  for (int i = 0; i < 5; ++i) {
+    Plug(GENERIC_PAD, "/dev/input/event" + std::to_string(50 + i));
+  }
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
+  ASSERT_EQ(devices.size(), 5U);
+  const _CpdJoystickDeviceInfo& fifth = devices.back();
+  EXPECT_EQ(fifth.vid, 0);
+  EXPECT_EQ(fifth.pid, 0);
+  EXPECT_EQ(fifth.index, 0);
+  EXPECT_EQ(fifth.mappingIndex, 0);
+  EXPECT_EQ(fifth.devName, "");
+  EXPECT_EQ(fifth.devPath, "");
 }
 
 }  // namespace
