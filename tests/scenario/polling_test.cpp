@@ -1,5 +1,6 @@
 // The polling thread as listeners see it: packets, change logs, events, hot-plug and recovery.
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <map>
 #include <thread>
@@ -125,6 +126,68 @@ TEST_F(Polling, DataEventAtMostOncePerFiveHundredPolls) {
   // The first logged change falls in bucket 0, which the run starts with: no event yet.
   EXPECT_TRUE(events.empty());
   EXPECT_GE(CountStateLines(), 4U);
+}
+
+TEST_F(Polling, LoggedChangeInANewBucketOfFiveHundredPollsSendsTheDataEvent) {
+  const int pad = Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(listener.WaitFor([&] { return listener.PacketCount() > 505; }, 60s));
+  sim_set_button(pad, 0, 1);
+  ASSERT_TRUE(listener.WaitFor([&] { return !EventsNamed("JOYSTICK_DEV_SEND_DATA").empty(); }));
+  sim_set_button(pad, 0, 0);
+  std::this_thread::sleep_for(200ms);  // a second logged change in the same bucket
+  const std::vector<RecordedEvent> events = EventsNamed("JOYSTICK_DEV_SEND_DATA");
+  ASSERT_EQ(events.size(), 1U);
+  const std::string& message = events[0].record.at("message");
+  const std::string text = "xbox wireless controller has joystick data:";
+  const size_t at = message.find("] " + text);
+  ASSERT_NE(at, std::string::npos) << message;
+  EXPECT_EQ(message.rfind("[polling_thread.cpp cpd::JoystickManager::process(", 0), 0U) << message;
+  const int counter = std::stoi(message.substr(at + 2 + text.size()));
+  EXPECT_GE(counter, 500);
+  EXPECT_LT(counter, 1000);
+}
+
+// Unplugs the pad inside the update that a report makes, that is after the poll's count check
+// (whose enumeration ends with SDL_JoystickPathForIndex) and before its attachment test.
+struct DetachDuringReport {
+  int pad = -1;
+  std::atomic<bool> done{false};
+};
+
+void UnplugInReportUpdate(void* context, uint64_t /*update*/) {
+  auto* state = static_cast<DetachDuringReport*>(context);
+  const std::vector<sim_call> calls = sim::Journal();
+  if (calls.size() < 2 || state->done.load()) {
+    return;
+  }
+  if (std::strcmp(calls[calls.size() - 2].function, "SDL_JoystickPathForIndex") == 0) {
+    state->done = true;
+    sim_unplug(state->pad);
+  }
+}
+
+TEST_F(Polling, ControllerDetachedDuringAPollIsReportedByName) {
+  DetachDuringReport detach;
+  detach.pad = Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForPackets(5));
+  const size_t packetsBefore = listener.PacketCount();
+  sim_set_update_hook(&UnplugInReportUpdate, &detach);
+  ASSERT_TRUE(listener.WaitFor([&] { return !EventsNamed("JOYSTICK_DEV_DETACHED").empty(); }));
+  sim_set_update_hook(nullptr, nullptr);
+  const std::string& message = EventsNamed("JOYSTICK_DEV_DETACHED")[0].record.at("message");
+  EXPECT_NE(message.find("cpd::JoystickManager::process("), std::string::npos);
+  EXPECT_NE(message.find(")] xbox wireless controller detached"), std::string::npos);
+  EXPECT_EQ(CountLogBody(DebugBody("joystick[xbox wireless controller] detached")), 1U);
+  // The detaching poll still delivered its packet, then the run started over.
+  const std::vector<std::string> sequence = listener.Sequence();
+  const auto detached = std::find(sequence.begin(), sequence.end(), "JOYSTICK_DEV_DETACHED");
+  ASSERT_NE(detached, sequence.begin());
+  EXPECT_EQ(*(detached - 1), "data");
+  EXPECT_GT(listener.PacketCount(), packetsBefore);
+  ASSERT_TRUE(WaitForDevListUpdates(2));
+  EXPECT_TRUE(JoysticAPI_GetDevList().empty());
 }
 
 TEST_F(Polling, UnpluggingOneOfTwoDetachesItAndRestartsTheRun) {
