@@ -176,7 +176,7 @@ TEST_F(Polling, ControllerDetachedDuringAPollIsReportedByName) {
   sim_set_update_hook(&UnplugInReportUpdate, &detach);
   ASSERT_TRUE(listener.WaitFor([&] { return !EventsNamed("JOYSTICK_DEV_DETACHED").empty(); }));
   sim_set_update_hook(nullptr, nullptr);
-  const std::string& message = EventsNamed("JOYSTICK_DEV_DETACHED")[0].record.at("message");
+  const std::string message = EventsNamed("JOYSTICK_DEV_DETACHED")[0].record.at("message");
   EXPECT_NE(message.find("cpd::JoystickManager::process("), std::string::npos);
   EXPECT_NE(message.find(")] xbox wireless controller detached"), std::string::npos);
   EXPECT_EQ(CountLogBody(DebugBody("joystick[xbox wireless controller] detached")), 1U);

@@ -155,7 +155,7 @@ TEST_F(Identification, ResetMappingWithAnUnknownIndexChangesNothing) {
   EXPECT_EQ(device.mapping.mappingName, before.mappingName);
   EXPECT_EQ(device.mapping.bindings, before.bindings);
   EXPECT_EQ(
-      cpd::test::LogBodies(),
+      cpd::test::LogBodiesOfThisThread(),
       (std::vector<std::string>{DebugBody("name[xbox one] mappingIndex[7]"),
                                 ErrorBody("name[xbox one] mappingIndex[7] UNKNOWN mapping")}));
 }

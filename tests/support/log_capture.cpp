@@ -51,6 +51,16 @@ std::vector<std::string> LogBodies() {
   return bodies;
 }
 
+std::vector<std::string> LogBodiesOfThisThread() {
+  std::vector<std::string> bodies;
+  for (const LogLine& line : CapturedLogs()) {
+    if (line.thread == std::this_thread::get_id()) {
+      bodies.push_back(line.body);
+    }
+  }
+  return bodies;
+}
+
 size_t CountLogBody(const std::string& body) {
   const std::vector<std::string> bodies = LogBodies();
   return static_cast<size_t>(std::count(bodies.begin(), bodies.end(), body));

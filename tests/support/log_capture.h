@@ -26,6 +26,9 @@ void ClearLogs();
 
 // The formatted bodies of the captured lines, in order.
 std::vector<std::string> LogBodies();
+// The bodies of the lines logged by the calling thread, in order (other threads, such as the
+// policy store's watcher, may log meanwhile).
+std::vector<std::string> LogBodiesOfThisThread();
 // How many captured lines have exactly this body.
 size_t CountLogBody(const std::string& body);
 // Waits until at least `count` captured lines have exactly this body; false when `timeout` passes.
