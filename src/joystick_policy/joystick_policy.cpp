@@ -49,6 +49,16 @@ bool WriteStoredPolicy(const std::string& text) {
   return false;
 }
 
+// The change stays pending and the next pass tries again. If the log itself is what failed,
+// there is nowhere left to report to.
+void ReportWatcherFailure(const char* what) noexcept {
+  try {
+    CPD_LOG_ERROR("policy watcher pass failed, change kept pending: %s\n", what);
+  } catch (...) {
+    return;
+  }
+}
+
 }  // namespace
 
 JoystickPolicy::~JoystickPolicy() {
@@ -81,7 +91,14 @@ int32_t JoystickPolicy::Init() {
   mPolicyStr = std::move(stored);
   mStopped = false;
   try {
-    mThread = std::make_unique<std::thread>(&JoystickPolicy::handlePolicyChangeThread, this);
+    // Nothing may leave the thread: an exception there would end the host process.
+    mThread = std::make_unique<std::thread>([this] {
+      try {
+        handlePolicyChangeThread();
+      } catch (...) {
+        return;
+      }
+    });
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("cannot start the policy watcher: %s\n", error.what());
     mStopped = true;
@@ -171,9 +188,13 @@ void JoystickPolicy::handlePolicyChangeThread() {
     lastPass = mStopped;
     takeWakeUp();
     if (mPolicyChanged) {
-      std::lock_guard<std::mutex> lock(mMutex);
-      CPD_LOG_DEBUG("config mPolicyStr  %s\n", mPolicyStr.c_str());
-      mPolicyChanged = !WriteStoredPolicy(mPolicyStr);
+      try {
+        std::lock_guard<std::mutex> lock(mMutex);
+        CPD_LOG_DEBUG("config mPolicyStr  %s\n", mPolicyStr.c_str());
+        mPolicyChanged = !WriteStoredPolicy(mPolicyStr);
+      } catch (const std::exception& error) {
+        ReportWatcherFailure(error.what());
+      }
       if (lastPass && mPolicyChanged) {
         CPD_LOG_ERROR("policy change not stored before the end\n");
       }

@@ -16,10 +16,10 @@ constexpr const char* MEMBER_VIDPID = "vidpid";
 // The reader throws on texts nested deeper than it will follow. Such a text is treated like any
 // other that fails to parse, except that nothing of its partial tree is kept: writing that tree
 // back would give a text that cannot be read either.
-bool ParseDocument(const std::string& text, Json::Value& root) {
+bool ParseDocument(const std::string& text, Json::Value& root, bool collectComments = true) {
   try {
     Json::Reader reader;
-    return reader.parse(text, root, true);
+    return reader.parse(text, root, collectComments);
   } catch (const std::exception&) {
     root = Json::Value();
     return false;
@@ -76,6 +76,17 @@ std::string StyledText(const Json::Value& root) {
   return writer.write(root);
 }
 
+std::string EditedText(const std::string& document, const std::string& vidpid,
+                       uint16_t mappingIndex, const std::string& describe, bool keepComments) {
+  Json::Value root;
+  const bool parsed = !document.empty() && ParseDocument(document, root, keepComments);
+  const bool searchable = parsed && root.isArray() && !root.empty();
+  if (!searchable || !ChangeFirstEntry(root, vidpid, mappingIndex, describe)) {
+    AppendEntry(root, vidpid, mappingIndex, describe);
+  }
+  return StyledText(root);
+}
+
 }  // namespace
 
 std::string MakeVidPidKey(uint16_t vid, uint16_t pid) {
@@ -113,13 +124,15 @@ LookupResult LookupMappingIndex(const std::string& document, const std::string& 
 
 std::string UpdateMappingIndex(const std::string& document, const std::string& vidpid,
                                uint16_t mappingIndex, const std::string& describe) {
-  Json::Value root;
-  const bool parsed = !document.empty() && ParseDocument(document, root);
-  const bool searchable = parsed && root.isArray() && !root.empty();
-  if (!searchable || !ChangeFirstEntry(root, vidpid, mappingIndex, describe)) {
-    AppendEntry(root, vidpid, mappingIndex, describe);
+  std::string updated = EditedText(document, vidpid, mappingIndex, describe, true);
+  Json::Value check;
+  // The styled writer puts the next value on the line of a line comment that ends in a blank,
+  // turning it into part of the comment. A document whose comments would break it like that is
+  // written without them rather than in a form that can no longer be read.
+  if (!ParseDocument(updated, check)) {
+    updated = EditedText(document, vidpid, mappingIndex, describe, false);
   }
-  return StyledText(root);
+  return updated;
 }
 
 }  // namespace cpd::policy

@@ -234,6 +234,41 @@ TEST(PolicyUpdate, RootThatIsNotAnArrayStartsANewArray) {
   EXPECT_EQ(UpdateMappingIndex("null", XBOX, 6, "Xbox Controller"), ONE_XBOX_ENTRY);
 }
 
+TEST(PolicyUpdate, CommentsTheDocumentCameWithAreWrittenBack) {
+  const std::string before = "[ {\"vidpid\":\"045e:028e\",\"mapping\":2} // pad\n]";
+  const std::string expected = R"([
+   {
+      "describe" : "Xbox Controller",
+      "mapping" : 6,
+      "vidpid" : "045e:028e"
+   } // pad
+]
+)";
+  EXPECT_EQ(UpdateMappingIndex(before, XBOX, 6, "Xbox Controller"), expected);
+}
+
+TEST(PolicyUpdate, LineCommentThatWouldSwallowTheNextEntryIsDropped) {
+  const std::string before =
+      "[{\"vidpid\":\"054c:0ce6\",\"mapping\":1,\"describe\":\"DualSense Wireless "
+      "Controller\"} // pad \n]";
+  const std::string expected = R"([
+   {
+      "describe" : "DualSense Wireless Controller",
+      "mapping" : 1,
+      "vidpid" : "054c:0ce6"
+   },
+   {
+      "describe" : "Xbox Controller",
+      "mapping" : 6,
+      "vidpid" : "045e:028e"
+   }
+]
+)";
+  const std::string updated = UpdateMappingIndex(before, XBOX, 6, "Xbox Controller");
+  EXPECT_EQ(updated, expected);
+  EXPECT_EQ(LookupMappingIndex(updated, XBOX).mappingIndex, 6);
+}
+
 TEST(PolicyUpdate, TextThatIsNotJsonIsReplaced) {
   EXPECT_EQ(UpdateMappingIndex("this is not json", XBOX, 6, "Xbox Controller"), ONE_XBOX_ENTRY);
 }
