@@ -44,7 +44,8 @@ TEST_F(Polling, IdleControllerSendsIdenticalPacketsWithRisingNumbers) {
   const std::vector<JoystickDataPacket> packets = PacketsOfSlot(listener, 0);
   ASSERT_GE(packets.size(), 20U);
   for (size_t i = 0; i < packets.size(); ++i) {
-    EXPECT_EQ(packets[i].dwPacketNumber, i);
+    const uint32_t number = packets[i].dwPacketNumber;  // packed: copy before comparing
+    EXPECT_EQ(number, i);
     EXPECT_EQ(std::memcmp(reinterpret_cast<const uint8_t*>(&packets[i]) + 5,
                           reinterpret_cast<const uint8_t*>(&packets[0]) + 5, 12),
               0);
