@@ -299,6 +299,44 @@ TEST_F(Polling, ReplugUnderTheSamePathKeepsTheSlotAmongFour) {
   }
 }
 
+TEST_F(Polling, NewControllerTakesOverTheSlotOfOneThatLeft) {
+  std::vector<int> pads;
+  for (int i = 0; i < 4; ++i) {
+    pads.push_back(Plug(GENERIC_PAD, "/dev/input/event" + std::to_string(60 + i)));
+  }
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  sim_unplug(pads[1]);  // held slot 1
+  Plug(XBOX_PAD, "/dev/input/event99");
+  ASSERT_TRUE(WaitForLog(
+      DebugBody("joystick update index[1] path[/dev/input/event99] old[/dev/input/event61]\\n"), 1,
+      20s));
+  ASSERT_TRUE(listener.WaitFor(
+      [&] {
+        const auto devices = JoysticAPI_GetDevList();
+        return devices.size() == 4 &&
+               std::any_of(devices.begin(), devices.end(), [](const _CpdJoystickDeviceInfo& d) {
+                 return d.path == "/dev/input/event99" && d.index == 1;
+               });
+      },
+      20s));
+}
+
+TEST_F(Polling, ControllerWithoutADevicePathIsNeverOpened) {
+  sim_plug("Pathless Pad", nullptr, 0x1234, 0x0001, 2, 2, 0);
+  Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForPackets(5));
+  const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
+  ASSERT_EQ(devices.size(), 1U);
+  EXPECT_EQ(devices.front().path, "/dev/input/event20");
+  for (const sim_call& call : sim::Journal()) {
+    if (std::strcmp(call.function, "SDL_JoystickOpen") == 0) {
+      EXPECT_STREQ(call.arguments, "1");  // the pathless pad is SDL index 0
+    }
+  }
+}
+
 TEST_F(Polling, PenTabletAmongControllersIsOpenedButNeverReported) {
   Plug(XBOX_PAD, "/dev/input/event20");
   Plug(PEN_TABLET, "/dev/input/event21");
