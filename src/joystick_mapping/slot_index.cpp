@@ -6,9 +6,10 @@ namespace cpd {
 
 // `list` and `path` are taken by value: the caller hands over copies of its enumeration and of
 // the device's path.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
+// NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t UpdateJoyStickIndex(std::map<int32_t, std::string>& slotPaths, JoystickList list,
                             std::string path) {
+  // NOLINTEND(performance-unnecessary-value-param)
   for (const auto& [index, slotPath] : slotPaths) {
     if (slotPath == path) {
       return index;

@@ -65,7 +65,7 @@ struct Simulator {
 };
 
 Simulator& Sim() {
-  static Simulator* simulator = new Simulator();  // outlives every caller, even at exit
+  static auto* simulator = new Simulator();  // outlives every caller, even at exit
   return *simulator;
 }
 

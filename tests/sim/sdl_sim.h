@@ -10,6 +10,8 @@
 #ifndef CPD_SDL_SIM_H
 #define CPD_SDL_SIM_H
 
+/* A C interface, so that any test or tool can script it. */
+/* NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using) */
 #include <stddef.h>
 #include <stdint.h>
 
@@ -69,6 +71,7 @@ void sim_reset(void);
 
 #ifdef __cplusplus
 }
+/* NOLINTEND(modernize-deprecated-headers, modernize-use-using) */
 
 #include <string>
 #include <vector>
