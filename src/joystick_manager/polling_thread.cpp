@@ -114,6 +114,11 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
       if (!OpenJoystick(sdlIndex, device)) {
         return false;
       }
+      {
+        // Recorded at once, so the handle is closed with the others should the rest fail.
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        Joysticks[sdlIndex]._ptr = device._ptr;
+      }
       device.path = path;
       device.slotIndex = UpdateJoyStickIndex(mSlotPaths, list, path);
       device.lastGamepad = XboxGamepad{};
