@@ -40,19 +40,19 @@ class Scenario : public ::testing::Test {
   void TearDown() override;
 
   // Registers `listener` (the fixture's own by default).
-  void Register(TestListener* listener = nullptr);
-  void Unregister(TestListener* listener = nullptr);
+  void Register(TestListener* which = nullptr);
+  void Unregister(TestListener* which = nullptr);
 
   // Waits until the device list has been published `count` times in all.
-  bool WaitForDevListUpdates(size_t count, TestListener* listener = nullptr);
+  bool WaitForDevListUpdates(size_t count, TestListener* which = nullptr);
   // Waits until at least `count` packets arrived.
-  bool WaitForPackets(size_t count, TestListener* listener = nullptr);
+  bool WaitForPackets(size_t count, TestListener* which = nullptr);
   // Waits until a debug or error line with this body was logged `count` times.
   static bool WaitForLog(const std::string& body, size_t count = 1,
                          std::chrono::milliseconds timeout = std::chrono::seconds(15));
   // The events received so far with this name.
   std::vector<RecordedEvent> EventsNamed(const std::string& name,
-                                         TestListener* listener = nullptr) const;
+                                         TestListener* which = nullptr) const;
 
   TestListener listener;
 

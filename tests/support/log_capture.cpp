@@ -84,9 +84,9 @@ std::string ErrorBody(const std::string& message) {
 
 }  // namespace cpd::test
 
-extern "C" void quvaniLogPrint(int first, int level, const char* tag, const char* format, ...) {
+extern "C" void quvaniLogPrint(int reserved, int level, const char* tag, const char* format, ...) {
   cpd::test::LogLine line;
-  line.first = first;
+  line.first = reserved;
   line.level = level;
   line.tag = tag != nullptr ? tag : "<null>";
   line.format = format != nullptr ? format : "<null>";
