@@ -118,7 +118,7 @@ TEST(JsonLines, LogAndStepLines) {
   const Json::Value awaited = ParseLine(StepLine(50, await, false));
   EXPECT_EQ(awaited["action"].asString(), "await_devices");
   EXPECT_EQ(awaited["at"].asInt(), 40);
-  EXPECT_FALSE(awaited["met"].asBool());
+  EXPECT_FALSE(awaited["ok"].asBool());
   EXPECT_FALSE(awaited.isMember("pad"));
 
   ScenarioStep press;
@@ -129,7 +129,7 @@ TEST(JsonLines, LogAndStepLines) {
   const Json::Value pressed = ParseLine(StepLine(60, press, true));
   EXPECT_EQ(pressed["pad"].asString(), "pad");
   EXPECT_EQ(pressed["text"].asString(), "pad button 3 = 1");
-  EXPECT_FALSE(pressed.isMember("met"));
+  EXPECT_TRUE(pressed["ok"].asBool());
 }
 
 }  // namespace

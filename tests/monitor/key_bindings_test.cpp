@@ -101,6 +101,8 @@ TEST(KeyBindings, FootersFitEightyColumns) {
     EXPECT_FALSE(FooterHint(mode).empty());
     EXPECT_LE(FooterHint(mode).size(), 79U) << FooterHint(mode);
   }
+  EXPECT_NE(FooterHint(Mode::COMMAND, true).find("p plug"), std::string::npos);
+  EXPECT_EQ(FooterHint(Mode::COMMAND, false).find("p plug"), std::string::npos);
 }
 
 }  // namespace

@@ -42,7 +42,11 @@ Lines RunScenario(const std::string& file, bool withLog = false) {
   const ProgramRun run = RunMonitor(arguments, RunOptions{std::chrono::seconds(240), {}, {}});
   EXPECT_FALSE(run.timedOut);
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  return JsonLines(run.out);
+  Lines lines = JsonLines(run.out);
+  for (const Json::Value& step : OfType(lines, "step")) {
+    EXPECT_TRUE(step["ok"].asBool()) << "every step runs and every await is met: " << step;
+  }
+  return lines;
 }
 
 int Byte(const std::string& hex, size_t index) {

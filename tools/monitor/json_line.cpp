@@ -166,7 +166,7 @@ std::string LogLine(int64_t t, int level, const std::string& text) {
       .Str();
 }
 
-std::string StepLine(int64_t t, const ScenarioStep& step, bool met) {
+std::string StepLine(int64_t t, const ScenarioStep& step, bool ok) {
   JsonObject line;
   line.Text("type", "step")
       .Number("t", t)
@@ -175,10 +175,7 @@ std::string StepLine(int64_t t, const ScenarioStep& step, bool met) {
   if (step.kind != StepKind::AWAIT_DEVICES) {
     line.Text("pad", step.pad);
   }
-  if (step.kind == StepKind::AWAIT_DEVICES) {
-    line.Boolean("met", met);
-  }
-  return line.Text("text", DescribeStep(step)).Str();
+  return line.Text("text", DescribeStep(step)).Boolean("ok", ok).Str();
 }
 
 }  // namespace monitor

@@ -38,7 +38,8 @@ std::string DevicesLine(int64_t t, const std::list<_CpdJoystickDeviceInfo>& devi
                         const std::vector<LayoutName>& layouts);
 std::string EventLine(int64_t t, const std::string& name, const EventRecord& record);
 std::string LogLine(int64_t t, int level, const std::string& text);
-// A scenario step as it ran; `met` is false for an await that timed out.
-std::string StepLine(int64_t t, const ScenarioStep& step, bool met);
+// A scenario step as it ran; `ok` is false for an await that timed out or a step on a pad that
+// is not plugged.
+std::string StepLine(int64_t t, const ScenarioStep& step, bool ok);
 
 }  // namespace monitor

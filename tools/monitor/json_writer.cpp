@@ -34,8 +34,8 @@ void JsonWriter::Log(int level, const std::string& text) {
   Write([&](int64_t t) { return LogLine(t, level, text); });
 }
 
-void JsonWriter::Step(const ScenarioStep& step, bool met) {
-  Write([&](int64_t t) { return StepLine(t, step, met); });
+void JsonWriter::Step(const ScenarioStep& step, bool ok) {
+  Write([&](int64_t t) { return StepLine(t, step, ok); });
 }
 
 bool JsonWriter::Healthy() const {

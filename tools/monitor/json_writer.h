@@ -22,7 +22,7 @@ class JsonWriter {
                const std::vector<LayoutName>& layouts);
   void Event(const std::string& name, const EventRecord& record);
   void Log(int level, const std::string& text);
-  void Step(const ScenarioStep& step, bool met);
+  void Step(const ScenarioStep& step, bool ok);
 
   // False once a write failed (for example the reader went away).
   bool Healthy() const;

@@ -159,10 +159,12 @@ std::vector<HelpSection> HelpSections() {
   return sections;
 }
 
-std::string FooterHint(Mode mode) {
+std::string FooterHint(Mode mode, bool simulated) {
   switch (mode) {
     case Mode::COMMAND:
-      return "Up/Down select  1-6 layout  p plug  u unplug  Tab drive  l log  ? help  q quit";
+      return simulated
+                 ? "Up/Down select  1-6 layout  p plug  u unplug  Tab drive  l log  ? help  q quit"
+                 : "Up/Down select  1-6 layout  m layout menu  l log  ? help  q quit";
     case Mode::DRIVE:
       return "DRIVE  arrows dpad  wasd/ijkl sticks  zxcv ABXY  q/e LT/RT  r/t LB/RB  Tab back";
     case Mode::LAYOUT_MENU:

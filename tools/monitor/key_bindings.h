@@ -69,7 +69,7 @@ struct HelpSection {
 // The help screen: one section per mode with keys of its own.
 std::vector<HelpSection> HelpSections();
 
-// The one-line reminder of the keys of `mode`.
-std::string FooterHint(Mode mode);
+// The one-line reminder of the keys of `mode`; on hardware without the simulator's keys.
+std::string FooterHint(Mode mode, bool simulated = true);
 
 }  // namespace monitor

@@ -16,8 +16,9 @@ namespace monitor {
 
 class ScenarioPlayer {
  public:
-  // Told of every step once it ran; `met` is false for an await that timed out.
-  using StepReport = std::function<void(const ScenarioStep& step, bool met)>;
+  // Told of every step once it ran; `ok` is false for an await that timed out or a step on a
+  // pad that is not plugged.
+  using StepReport = std::function<void(const ScenarioStep& step, bool ok)>;
 
   ScenarioPlayer(Scenario scenario, SimulatedPads& pads, MonitorState& state, StepReport report);
   ~ScenarioPlayer();

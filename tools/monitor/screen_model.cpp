@@ -253,7 +253,8 @@ Screen BuildScreen(const View& view, int rows, int cols) {
   DrawLog(screen, view, layout);
   screen.Put(layout.statusRow, 1, Fit(view.status, cols - 1),
              view.statusIsWarning ? Style::WARN : Style::NORMAL);
-  screen.Put(layout.footerRow, 0, Fit(" " + FooterHint(view.mode), cols), Style::TITLE);
+  screen.Put(layout.footerRow, 0, Fit(" " + FooterHint(view.mode, view.simulated), cols),
+             Style::TITLE);
   DrawOverlay(screen, view);
   return screen;
 }

@@ -23,7 +23,7 @@ Session::Session(Options options, const SimulatorApi* simulator, std::optional<S
     if (scenario) {
       mPlayer = std::make_unique<ScenarioPlayer>(
           std::move(*scenario), *mPads, mState,
-          [this](const ScenarioStep& step, bool met) { ReportStep(step, met); });
+          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); });
     }
   }
 }
@@ -82,14 +82,14 @@ void Session::RouteLog(int level, const std::string& line) {
   mState.AddLog(LevelTag(level) + " " + TidyLogLine(line));
 }
 
-void Session::ReportStep(const ScenarioStep& step, bool met) {
+void Session::ReportStep(const ScenarioStep& step, bool ok) {
   if (mJson != nullptr) {
-    mJson->Step(step, met);
+    mJson->Step(step, ok);
     return;
   }
   std::string text = DescribeStep(step);
-  if (step.kind == StepKind::AWAIT_DEVICES && !met) {
-    text += " (timed out)";
+  if (!ok) {
+    text += step.kind == StepKind::AWAIT_DEVICES ? " (timed out)" : " (no such pad plugged)";
   }
   mState.AddEvent("scenario", text);
 }

@@ -40,7 +40,7 @@ class Session {
 
  private:
   void RouteLog(int level, const std::string& line);
-  void ReportStep(const ScenarioStep& step, bool met);
+  void ReportStep(const ScenarioStep& step, bool ok);
 
   Options mOptions;
   JsonWriter* mJson;
