@@ -43,8 +43,9 @@ wait_for() {
 start() {
   mkdir -p "$scratch/home" "$scratch/tmp"
   tmux_ -f /dev/null new-session -d -s "$session" -x 100 -y 30 \
-    "env -u CPD_JOYSTICK_STORE HOME='$scratch/home' XDG_CONFIG_HOME= TMPDIR='$scratch/tmp' \
-       '$monitor' --simulate $*; echo \"monitor exit status \$?\"; sleep 600"
+    "sh -c 'echo \$\$ > $scratch/pid; exec env -u CPD_JOYSTICK_STORE HOME=$scratch/home \
+       XDG_CONFIG_HOME= TMPDIR=$scratch/tmp $monitor --simulate $*'; \
+     echo \"monitor exit status \$?\"; sleep 600"
 }
 
 start
@@ -106,8 +107,7 @@ tmux_ kill-server
 socket="$socket-sigterm"
 start --plug xbox
 wait_for '^>0 +xbox wireless controller' "the pad plugged at the start"
-shell="$(tmux_ display-message -p -t "$session" '#{pane_pid}')"
-kill -TERM "$(pgrep -P "$shell")"
+kill -TERM "$(cat "$scratch/pid")"
 wait_for '^monitor exit status 0$' "a clean end on SIGTERM"
 screen | grep -q 'pkt/s' && fail "the terminal was not restored"
 echo "the monitor showed, switched, unplugged and quit as expected"
