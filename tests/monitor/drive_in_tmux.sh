@@ -2,8 +2,8 @@
 # drive_in_tmux.sh <monitor program>
 # Drives the real monitor in a terminal as a person would: plugs an Xbox pad and a DualSense on
 # the simulator, presses a face button and the d-pad, switches a layout, unplugs a pad, opens the
-# help and the log, quits; then ends a second run with SIGTERM. Each step waits for what the
-# screen must show, up to 20 seconds.
+# help and the log, quits; then runs it under `timeout`, which ends it with SIGTERM. Each step
+# waits for what the screen must show, up to 20 seconds.
 set -euo pipefail
 monitor="$1"
 
@@ -38,17 +38,18 @@ wait_for() {
 }
 
 # The monitor runs with a home and a temporary folder of its own: a demo must leave the user's
-# stored layout choices alone and clean up after itself. The shell around it reports how it
-# ended.
+# stored layout choices alone and clean up after itself. $1 is put before the monitor (a
+# wrapper), the rest after --simulate. The shell around it reports how it ended.
 start() {
+  local wrapper="$1"
+  shift
   mkdir -p "$scratch/home" "$scratch/tmp"
   tmux_ -f /dev/null new-session -d -s "$session" -x 100 -y 30 \
-    "sh -c 'echo \$\$ > $scratch/pid; exec env -u CPD_JOYSTICK_STORE HOME=$scratch/home \
-       XDG_CONFIG_HOME= TMPDIR=$scratch/tmp $monitor --simulate $*'; \
-     echo \"monitor exit status \$?\"; sleep 600"
+    "env -u CPD_JOYSTICK_STORE HOME=$scratch/home XDG_CONFIG_HOME= TMPDIR=$scratch/tmp \
+       $wrapper $monitor --simulate $*; echo \"monitor exit status \$?\"; sleep 600"
 }
 
-start
+start ""
 wait_for 'press p to plug a simulated pad' "an empty table at first"
 
 keys p
@@ -102,12 +103,15 @@ screen | grep -q 'pkt/s' && fail "the terminal was not restored"
 [ ! -e "$scratch/home/.config/cpd-joystick" ] || fail "the demo wrote the user's store"
 [ -z "$(ls -A "$scratch/tmp")" ] || fail "the demo left its temporary store behind"
 
-# A second run, on a server of its own, ends by SIGTERM as a service manager would end it.
+# A second run, on a server of its own, as `timeout` runs it: in a process group of its own,
+# which the terminal takes for a background job. The screen must still show and take keys, and
+# timeout's SIGTERM must end it cleanly.
 tmux_ kill-server
-socket="$socket-sigterm"
-start --plug xbox
+socket="$socket-timeout"
+start "timeout --preserve-status 15" --plug xbox
 wait_for '^>0 +xbox wireless controller' "the pad plugged at the start"
-kill -TERM "$(cat "$scratch/pid")"
-wait_for '^monitor exit status 0$' "a clean end on SIGTERM"
+keys p 2
+wait_for '^ 1 +dualsense wireless controller' "a pad plugged by keys"
+wait_for '^monitor exit status 0$' "a clean end on timeout's SIGTERM"
 screen | grep -q 'pkt/s' && fail "the terminal was not restored"
 echo "the monitor showed, switched, unplugged and quit as expected"

@@ -1,8 +1,10 @@
 #include "terminal.h"
 
 #include <curses.h>
+#include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 
 #include "screen_model.h"
@@ -87,10 +89,41 @@ void Draw(const Screen& screen) {
   refresh();
 }
 
+// A program started by another one that puts it in a process group of its own (`timeout 10
+// scripts/run` does) is a background job to the terminal, and the terminal stops a background job
+// that changes its settings. The screen therefore takes the terminal for its process group while
+// it runs and hands it back to the group that had it.
+class ForegroundClaim {
+ public:
+  ForegroundClaim() {
+    const pid_t owner = tcgetpgrp(STDIN_FILENO);
+    if (owner < 0 || owner == getpgrp()) {
+      return;
+    }
+    mPrevious = owner;
+    mOldHandler = std::signal(SIGTTOU, SIG_IGN);  // a background tcsetpgrp would raise it
+    tcsetpgrp(STDIN_FILENO, getpgrp());
+  }
+  ~ForegroundClaim() {
+    if (mPrevious < 0) {
+      return;
+    }
+    tcsetpgrp(STDIN_FILENO, mPrevious);
+    std::signal(SIGTTOU, mOldHandler);
+  }
+  ForegroundClaim(const ForegroundClaim&) = delete;
+  ForegroundClaim& operator=(const ForegroundClaim&) = delete;
+
+ private:
+  pid_t mPrevious = -1;
+  void (*mOldHandler)(int) = SIG_DFL;
+};
+
 }  // namespace
 
 bool RunTerminal(App& app, const std::atomic<bool>& stop,
                  std::chrono::steady_clock::time_point deadline) {
+  const ForegroundClaim claim;
   SCREEN* terminal = newterm(nullptr, stdout, stdin);
   if (terminal == nullptr) {
     std::fprintf(stderr, "cpd-joystick-monitor: cannot use this terminal (TERM not set?)\n");
