@@ -1,0 +1,136 @@
+#include "json_line.h"
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <memory>
+
+namespace monitor {
+namespace {
+
+Json::Value ParseLine(const std::string& line) {
+  EXPECT_EQ(line.find('\n'), std::string::npos);
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  Json::Value value;
+  std::string errors;
+  EXPECT_TRUE(reader->parse(line.data(), line.data() + line.size(), &value, &errors)) << errors;
+  return value;
+}
+
+JoystickDataPacket SamplePacket() {
+  JoystickDataPacket packet{};
+  packet.slot = 2;
+  packet.dwPacketNumber = 0x01020304;
+  packet.wButtons = 0x1001;
+  packet.bLeftTrigger = 255;
+  packet.bRightTrigger = 7;
+  packet.sThumbLX = -32767;
+  packet.sThumbLY = 1;
+  packet.sThumbRX = 256;
+  packet.sThumbRY = -2;
+  return packet;
+}
+
+TEST(JsonLines, EscapesWhatJsonCannotHoldPlain) {
+  EXPECT_EQ(JsonString("a\"b\\c\nd\te\x01"), R"("a\"b\\c\nd\te\u0001")");
+  EXPECT_EQ(ParseLine(JsonObject().Text("text", "x\"\n\x1f\\").Str())["text"].asString(),
+            "x\"\n\x1f\\");
+}
+
+TEST(JsonLines, KeepMembersInTheOrderAdded) {
+  EXPECT_EQ(JsonObject().Text("type", "x").Number("n", -5).Boolean("b", false).Str(),
+            R"({"type":"x","n":-5,"b":false})");
+  EXPECT_EQ(JsonArray({}), "[]");
+  EXPECT_EQ(JsonArray({"1", "{}"}), "[1,{}]");
+}
+
+TEST(JsonLines, PacketBytesAreTheLittleEndianPacket) {
+  EXPECT_EQ(PacketHex(SamplePacket()), "02040302010110ff07018001000001feff");
+}
+
+TEST(JsonLines, PacketLineCarriesBytesAndFields) {
+  const Json::Value line = ParseLine(PacketLine(1234, SamplePacket()));
+  EXPECT_EQ(line["type"].asString(), "packet");
+  EXPECT_EQ(line["t"].asInt(), 1234);
+  EXPECT_EQ(line["slot"].asInt(), 2);
+  EXPECT_EQ(line["number"].asUInt(), 0x01020304U);
+  EXPECT_EQ(line["bytes"].asString(), PacketHex(SamplePacket()));
+  EXPECT_EQ(line["wButtons"].asInt(), 0x1001);
+  EXPECT_EQ(line["bLeftTrigger"].asInt(), 255);
+  EXPECT_EQ(line["bRightTrigger"].asInt(), 7);
+  EXPECT_EQ(line["sThumbLX"].asInt(), -32767);
+  EXPECT_EQ(line["sThumbLY"].asInt(), 1);
+  EXPECT_EQ(line["sThumbRX"].asInt(), 256);
+  EXPECT_EQ(line["sThumbRY"].asInt(), -2);
+  EXPECT_EQ(PacketLine(0, SamplePacket()).rfind(R"({"type":"packet",)", 0), 0U);
+}
+
+TEST(JsonLines, DevicesLineNamesEachLayoutFromTheLibrarysList) {
+  _CpdJoystickDeviceInfo pad;
+  pad.vid = 0x045e;
+  pad.pid = 0x0b13;
+  pad.index = 1;
+  pad.name = pad.devName = "xbox wireless controller";
+  pad.path = pad.devPath = "/dev/input/event20";
+  pad.mappingIndex = 6;
+  _CpdJoystickDeviceInfo unopened;
+  const Json::Value line =
+      ParseLine(DevicesLine(5, {pad, unopened}, {{1, "MAPPING_PS"}, {6, "MAPPING_XBOX"}}));
+  EXPECT_EQ(line["type"].asString(), "devices");
+  EXPECT_EQ(line["count"].asInt(), 2);
+  ASSERT_EQ(line["devices"].size(), 2U);
+  const Json::Value& first = line["devices"][0];
+  EXPECT_EQ(first["slot"].asInt(), 1);
+  EXPECT_EQ(first["name"].asString(), "xbox wireless controller");
+  EXPECT_EQ(first["vid"].asString(), "045e");
+  EXPECT_EQ(first["pid"].asString(), "0b13");
+  EXPECT_EQ(first["path"].asString(), "/dev/input/event20");
+  EXPECT_EQ(first["layout"].asInt(), 6);
+  EXPECT_EQ(first["layoutName"].asString(), "MAPPING_XBOX");
+  EXPECT_EQ(line["devices"][1]["vid"].asString(), "0000");
+  EXPECT_EQ(line["devices"][1]["layoutName"].asString(), "layout 0");
+}
+
+TEST(JsonLines, EventLineKeepsTheWholeRecord) {
+  const EventRecord record = {
+      {"message", "[a.cpp f(1)] pad detached"}, {"status", "success"}, {"success", "true"}};
+  const Json::Value line = ParseLine(EventLine(9, "JOYSTICK_DEV_DETACHED", record));
+  EXPECT_EQ(line["type"].asString(), "event");
+  EXPECT_EQ(line["name"].asString(), "JOYSTICK_DEV_DETACHED");
+  EXPECT_EQ(line["record"].getMemberNames(),
+            (std::vector<std::string>{"message", "status", "success"}));
+  EXPECT_EQ(line["record"]["message"].asString(), "[a.cpp f(1)] pad detached");
+}
+
+TEST(JsonLines, LogAndStepLines) {
+  const std::string text = R"(x.cpp f(2): "Error:" "bad")";
+  const Json::Value log = ParseLine(LogLine(3, 7, text));
+  EXPECT_EQ(log["type"].asString(), "log");
+  EXPECT_EQ(log["level"].asInt(), 7);
+  EXPECT_EQ(log["text"].asString(), text);
+
+  ScenarioStep await;
+  await.kind = StepKind::AWAIT_DEVICES;
+  await.at = 40;
+  await.value = 2;
+  const Json::Value awaited = ParseLine(StepLine(50, await, false));
+  EXPECT_EQ(awaited["action"].asString(), "await_devices");
+  EXPECT_EQ(awaited["at"].asInt(), 40);
+  EXPECT_FALSE(awaited["ok"].asBool());
+  EXPECT_FALSE(awaited.isMember("pad"));
+
+  ScenarioStep press;
+  press.kind = StepKind::BUTTON;
+  press.pad = "pad";
+  press.index = 3;
+  press.value = 1;
+  const Json::Value pressed = ParseLine(StepLine(60, press, true));
+  EXPECT_EQ(pressed["pad"].asString(), "pad");
+  EXPECT_EQ(pressed["text"].asString(), "pad button 3 = 1");
+  EXPECT_TRUE(pressed["ok"].asBool());
+}
+
+}  // namespace
+}  // namespace monitor

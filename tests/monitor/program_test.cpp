@@ -1,0 +1,133 @@
+// The monitor as a program: options, the device list once, JSON lines without a terminal, and a
+// clean end on SIGTERM. In the sanitizer builds this runs the sanitized monitor.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "program.h"
+
+namespace monitor::test {
+namespace {
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST(MonitorProgram, HelpListsTheOptions) {
+  const ProgramRun run = RunMonitor({"--help"});
+  EXPECT_EQ(run.exitCode, 0);
+  for (const char* option :
+       {"--simulate [FILE]", "--plug", "--json", "--every", "--once", "--duration", "--log"}) {
+    EXPECT_TRUE(Contains(run.out, option)) << option;
+  }
+}
+
+TEST(MonitorProgram, ABadOptionExitsWithTwoAndSaysWhy) {
+  const ProgramRun run = RunMonitor({"--every", "0"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(run.out.empty());
+  EXPECT_TRUE(Contains(run.err, "--every: '0' is not a whole number from 1")) << run.err;
+}
+
+TEST(MonitorProgram, ABadScenarioFileExitsWithTwoAndNamesTheStep) {
+  const ScratchFile file(R"({"steps": [{"at": 0, "plug": "xbox"}, {"at": 5, "unplug": "pad"}]})");
+  const ProgramRun run = RunMonitor({"--simulate", file.Path(), "--json"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(run.out.empty());
+  EXPECT_TRUE(Contains(run.err, file.Path() + ": step 2 names \"pad\", which is not plugged"))
+      << run.err;
+}
+
+TEST(MonitorProgram, AMissingScenarioFileExitsWithTwo) {
+  const ProgramRun run = RunMonitor({"--simulate", "/nonexistent/demo.json"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(Contains(run.err, "/nonexistent/demo.json: cannot read the scenario file"));
+}
+
+TEST(MonitorProgram, OncePrintsTheSimulatedControllersAndTheirLayouts) {
+  const ProgramRun run =
+      RunMonitor({"--simulate", "--plug", "xbox", "--plug", "dualsense", "--once"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(Contains(run.out, "2 controllers listed")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "xbox wireless controller")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "045e:0b13 /dev/input/event20")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "MAPPING_XBOX")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "MAPPING_PS")) << run.out;
+}
+
+TEST(MonitorProgram, OnceWithJsonPrintsOneDeviceListLine) {
+  const ProgramRun run = RunMonitor({"--simulate", "--plug", "switch-pro", "--once", "--json"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  const std::vector<Json::Value> lines = JsonLines(run.out);
+  ASSERT_EQ(lines.size(), 1U) << run.out;
+  EXPECT_EQ(lines[0]["type"].asString(), "devices");
+  EXPECT_EQ(lines[0]["count"].asInt(), 1);
+  EXPECT_EQ(lines[0]["devices"][0]["layoutName"].asString(), "MAPPING_SWITCH_MOD1");
+}
+
+TEST(MonitorProgram, WithoutATerminalItWritesJsonLinesAndSaysSo) {
+  const ProgramRun run = RunMonitor({"--simulate", "--plug", "xbox", "--duration", "3"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(Contains(run.err, "no terminal, writing JSON lines instead (--json)")) << run.err;
+  const std::vector<Json::Value> lines = JsonLines(run.out);
+  EXPECT_EQ(OfType(lines, "devices").size(), 1U);
+  EXPECT_EQ(OfType(lines, "event").size(), 1U);
+  EXPECT_GE(OfType(lines, "packet").size(), 10U);
+  EXPECT_TRUE(OfType(lines, "log").empty());
+  int64_t previous = 0;
+  for (const Json::Value& line : lines) {
+    EXPECT_GE(line["t"].asInt64(), previous) << line;
+    previous = line["t"].asInt64();
+  }
+}
+
+TEST(MonitorProgram, EveryKeepsOnePacketInN) {
+  const ProgramRun run =
+      RunMonitor({"--simulate", "--plug", "xbox", "--json", "--every", "10", "--duration", "3"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  const std::vector<Json::Value> packets = OfType(JsonLines(run.out), "packet");
+  ASSERT_GE(packets.size(), 3U);
+  EXPECT_LE(packets.size(), 15U);  // about 33 a second, a tenth of them, for at most 3 s
+  for (size_t index = 1; index < packets.size(); ++index) {
+    EXPECT_EQ(packets[index]["number"].asInt() - packets[index - 1]["number"].asInt(), 10);
+  }
+}
+
+TEST(MonitorProgram, LogLinesComeOnlyWhenAskedFor) {
+  const ProgramRun run =
+      RunMonitor({"--simulate", "--plug", "xbox", "--json", "--log", "--duration", "2"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  const std::vector<Json::Value> logs = OfType(JsonLines(run.out), "log");
+  ASSERT_FALSE(logs.empty());
+  bool entered = false;
+  for (const Json::Value& log : logs) {
+    entered = entered || Contains(log["text"].asString(), R"("Debug:" "joystick process enter)");
+    EXPECT_NE(log["text"].asString().front(), '/') << "the path is cut to the file name";
+  }
+  EXPECT_TRUE(entered);
+}
+
+TEST(MonitorProgram, SigtermEndsTheRunCleanly) {
+  RunOptions options;
+  options.timeout = std::chrono::seconds(60);
+  options.terminateWhen = [](const std::string& out) {
+    return out.find(R"({"type":"packet")") != std::string::npos;
+  };
+  const ProgramRun run = RunMonitor({"--simulate", "--plug", "xbox", "--json"}, options);
+  EXPECT_FALSE(run.timedOut);
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_FALSE(OfType(JsonLines(run.out), "packet").empty());
+}
+
+TEST(MonitorProgram, TheSimulatorMustBeWhereItIsLooked) {
+  RunOptions options;
+  options.environment = {"CPD_JOYSTICK_SIM_DIR=/nonexistent"};
+  const ProgramRun run = RunMonitor({"--simulate", "--once"}, options);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_TRUE(Contains(run.err, "the SDL2 simulator is not at /nonexistent/libSDL2-2.0.so.0"))
+      << run.err;
+}
+
+}  // namespace
+}  // namespace monitor::test

@@ -1,0 +1,72 @@
+// What a host can know about the six layouts without looking inside the library: which raw SDL
+// input each layout reads for each gamepad control, and which bit of the packet's button word a
+// control lights. The simulated pads are driven through this table, so a key press moves the raw
+// input the pad's current layout reads and the packet shows what that layout makes of it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace monitor {
+
+// The gamepad controls a person drives, in the order of the packet's button bits, then the two
+// triggers. The sticks are not here: every layout reads them from axes 0 to 3.
+enum class Control : uint8_t {
+  DPAD_UP,
+  DPAD_DOWN,
+  DPAD_LEFT,
+  DPAD_RIGHT,
+  START,
+  BACK,
+  LEFT_THUMB,
+  RIGHT_THUMB,
+  LEFT_SHOULDER,
+  RIGHT_SHOULDER,
+  A,
+  B,
+  X,
+  Y,
+  LEFT_TRIGGER,
+  RIGHT_TRIGGER,
+};
+constexpr size_t CONTROL_COUNT = 16;
+constexpr size_t DIGITAL_CONTROL_COUNT = 14;  // everything before the triggers
+
+enum class RawKind : uint8_t { NONE, BUTTON, AXIS, HAT };
+
+struct RawInput {
+  RawKind kind = RawKind::NONE;
+  int index = 0;
+  uint8_t hatBit = 0;  // for HAT: SDL's bit, 1 up, 2 right, 4 down, 8 left
+};
+
+// Axes of the two sticks; up and left are the negative ends.
+constexpr int LEFT_STICK_X_AXIS = 0;
+constexpr int LEFT_STICK_Y_AXIS = 1;
+constexpr int RIGHT_STICK_X_AXIS = 2;
+constexpr int RIGHT_STICK_Y_AXIS = 3;
+
+// The raw input layout `layout` (1..6) reads for `control`; kind NONE for any other layout.
+RawInput WiringOf(uint16_t layout, Control control);
+
+// XInput's bit for a digital control in the packet's button word; 0 for the triggers.
+uint16_t ButtonBit(Control control);
+
+// Short label: "A", "LB", "Back", "^" ...
+const char* ControlLabel(Control control);
+
+// "button 12", "axis 4", "hat 0 up".
+std::string DescribeRaw(const RawInput& input);
+
+// One entry of the library's layout list, as JoysticAPI_GetMappingList gives it.
+struct LayoutName {
+  uint16_t kind;
+  std::string name;
+};
+
+// The name the library gives layout `kind`; "layout N" when its list has no such entry.
+std::string LayoutNameOf(const std::vector<LayoutName>& layouts, uint16_t kind);
+
+}  // namespace monitor

@@ -1,0 +1,368 @@
+#include "scenario.h"
+
+#include <json/json.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <tuple>
+
+#include "pad_catalogue.h"
+
+namespace monitor {
+
+namespace {
+
+constexpr int64_t LONGEST_TIME_MS = 24LL * 60 * 60 * 1000;
+constexpr int MAX_INPUT_INDEX = 255;
+constexpr int MAX_AWAITED_DEVICES = 16;
+
+struct KindKey {
+  const char* key;
+  StepKind kind;
+};
+
+constexpr std::array<KindKey, 6> ACTION_KEYS = {{
+    {"plug", StepKind::PLUG},
+    {"unplug", StepKind::UNPLUG},
+    {"button", StepKind::BUTTON},
+    {"axis", StepKind::AXIS},
+    {"hat", StepKind::HAT},
+    {"await_devices", StepKind::AWAIT_DEVICES},
+}};
+
+struct ValueRange {
+  int low;
+  int high;
+};
+
+// The keys each kind of step may carry besides "at" and its action key.
+std::vector<std::string> AllowedKeys(StepKind kind) {
+  switch (kind) {
+    case StepKind::PLUG:
+      return {"as", "path"};
+    case StepKind::UNPLUG:
+      return {};
+    case StepKind::BUTTON:
+    case StepKind::AXIS:
+    case StepKind::HAT:
+      return {"pad", "value", "for"};
+    case StepKind::AWAIT_DEVICES:
+      return {"timeout"};
+  }
+  return {};
+}
+
+ValueRange RangeOf(StepKind kind) {
+  switch (kind) {
+    case StepKind::BUTTON:
+      return {0, 1};
+    case StepKind::AXIS:
+      return {-32768, 32767};
+    case StepKind::HAT:
+      return {0, 15};
+    default:
+      return {0, 0};
+  }
+}
+
+// Reads one step; throws the message (without its position) when the step is wrong.
+class StepReader {
+ public:
+  explicit StepReader(const Json::Value& step) : mStep(step) {}
+
+  ScenarioStep Read() {
+    if (!mStep.isObject()) {
+      throw std::runtime_error("is not an object");
+    }
+    ScenarioStep step;
+    step.at = Milliseconds("at", true);
+    step.kind = Kind();
+    CheckKeys(step.kind);
+    switch (step.kind) {
+      case StepKind::PLUG:
+        ReadPlug(step);
+        break;
+      case StepKind::UNPLUG:
+        step.pad = Text("unplug");
+        break;
+      case StepKind::AWAIT_DEVICES:
+        step.value = Integer("await_devices", {0, MAX_AWAITED_DEVICES});
+        step.timeoutMs =
+            mStep.isMember("timeout") ? Milliseconds("timeout", false) : DEFAULT_AWAIT_TIMEOUT_MS;
+        break;
+      default:
+        ReadInput(step);
+        break;
+    }
+    return step;
+  }
+
+  int64_t HoldFor() const { return mStep.isMember("for") ? Milliseconds("for", false) : 0; }
+
+ private:
+  StepKind Kind() const {
+    const KindKey* chosen = nullptr;
+    for (const KindKey& candidate : ACTION_KEYS) {
+      if (mStep.isMember(candidate.key)) {
+        if (chosen != nullptr) {
+          throw std::runtime_error(std::string("has both \"") + chosen->key + "\" and \"" +
+                                   candidate.key + "\"; one action per step");
+        }
+        chosen = &candidate;
+      }
+    }
+    if (chosen == nullptr) {
+      throw std::runtime_error(
+          R"(needs one of "plug", "unplug", "button", "axis", "hat", "await_devices")");
+    }
+    return chosen->kind;
+  }
+
+  void CheckKeys(StepKind kind) const {
+    const std::vector<std::string> allowed = AllowedKeys(kind);
+    for (const std::string& name : mStep.getMemberNames()) {
+      const bool known = name == "at" || name == StepKindName(kind) ||
+                         std::find(allowed.begin(), allowed.end(), name) != allowed.end();
+      if (!known) {
+        throw std::runtime_error("has an unknown key \"" + name + "\" for a " + StepKindName(kind) +
+                                 " step");
+      }
+    }
+  }
+
+  void ReadPlug(ScenarioStep& step) const {
+    step.model = Text("plug");
+    if (FindPad(step.model) == nullptr) {
+      throw std::runtime_error("plugs an unknown pad \"" + step.model + "\" (known: " + PadKeys() +
+                               ")");
+    }
+    step.pad = mStep.isMember("as") ? Text("as") : step.model;
+    if (mStep.isMember("path")) {
+      step.path = Text("path");
+      if (step.path.front() != '/') {
+        throw std::runtime_error("\"path\" must be an absolute path");
+      }
+    }
+  }
+
+  void ReadInput(ScenarioStep& step) const {
+    step.index = Integer(StepKindName(step.kind), {0, MAX_INPUT_INDEX});
+    if (!mStep.isMember("pad")) {
+      throw std::runtime_error("needs \"pad\": the id of the pad whose input moves");
+    }
+    step.pad = Text("pad");
+    if (!mStep.isMember("value")) {
+      throw std::runtime_error("needs \"value\"");
+    }
+    step.value = Integer("value", RangeOf(step.kind));
+  }
+
+  std::string Text(const char* key) const {
+    const Json::Value& value = mStep[key];
+    if (!value.isString() || value.asString().empty()) {
+      throw std::runtime_error(std::string("\"") + key + "\" must be a non-empty string");
+    }
+    return value.asString();
+  }
+
+  int Integer(const char* key, ValueRange range) const {
+    const Json::Value& value = mStep[key];
+    if (!value.isInt() || value.asInt() < range.low || value.asInt() > range.high) {
+      throw std::runtime_error(std::string("\"") + key + "\" must be a whole number from " +
+                               std::to_string(range.low) + " to " + std::to_string(range.high));
+    }
+    return value.asInt();
+  }
+
+  int64_t Milliseconds(const char* key, bool zeroAllowed) const {
+    const Json::Value& value = mStep[key];
+    if (!mStep.isMember(key)) {
+      throw std::runtime_error(std::string("needs \"") + key + "\" (milliseconds)");
+    }
+    if (!value.isInt64() || value.asInt64() < (zeroAllowed ? 0 : 1) ||
+        value.asInt64() > LONGEST_TIME_MS) {
+      throw std::runtime_error(std::string("\"") + key + "\" must be a whole number of " +
+                               "milliseconds" + (zeroAllowed ? "" : " above 0") +
+                               ", at most a day");
+    }
+    return value.asInt64();
+  }
+
+  const Json::Value& mStep;
+};
+
+// Follows which pads are plugged at each step, so a step can only name a pad that is there.
+void CheckPads(const ScenarioStep& step, std::set<std::string>& plugged) {
+  const bool isPlugged = plugged.count(step.pad) != 0;
+  if (step.kind == StepKind::PLUG) {
+    if (isPlugged) {
+      throw std::runtime_error("plugs \"" + step.pad + "\", which is plugged already");
+    }
+    plugged.insert(step.pad);
+  } else if (step.kind != StepKind::AWAIT_DEVICES && !isPlugged) {
+    throw std::runtime_error("names \"" + step.pad + "\", which is not plugged then");
+  }
+  if (step.kind == StepKind::UNPLUG) {
+    plugged.erase(step.pad);
+  }
+}
+
+struct Timed {
+  ScenarioStep step;
+  size_t order;
+};
+
+// Releases of held inputs go before the steps of the same moment, so a step that presses the
+// same input again at that moment is not undone.
+void SortByTime(std::vector<Timed>& timed) {
+  std::stable_sort(timed.begin(), timed.end(), [](const Timed& left, const Timed& right) {
+    return std::make_tuple(left.step.at, !left.step.release, left.order) <
+           std::make_tuple(right.step.at, !right.step.release, right.order);
+  });
+}
+
+std::vector<ScenarioStep> ReadSteps(const Json::Value& steps) {
+  std::vector<Timed> timed;
+  std::set<std::string> plugged;
+  int64_t previous = 0;
+  for (Json::ArrayIndex number = 0; number < steps.size(); ++number) {
+    try {
+      StepReader reader(steps[number]);
+      ScenarioStep step = reader.Read();
+      if (step.at < previous) {
+        throw std::runtime_error("comes at " + std::to_string(step.at) +
+                                 " ms, before the step above it");
+      }
+      previous = step.at;
+      CheckPads(step, plugged);
+      if (const int64_t hold = reader.HoldFor(); hold > 0) {
+        ScenarioStep release = step;
+        release.at = step.at + hold;
+        release.value = 0;
+        release.release = true;
+        timed.push_back({release, timed.size()});
+      }
+      timed.push_back({step, timed.size()});
+    } catch (const std::runtime_error& error) {
+      throw std::runtime_error("step " + std::to_string(number + 1) + " " + error.what());
+    }
+  }
+  SortByTime(timed);
+  std::vector<ScenarioStep> ordered;
+  ordered.reserve(timed.size());
+  for (const Timed& entry : timed) {
+    ordered.push_back(entry.step);
+  }
+  return ordered;
+}
+
+void CheckRootKeys(const Json::Value& root) {
+  for (const std::string& name : root.getMemberNames()) {
+    if (name != "description" && name != "steps" && name != "end") {
+      throw std::runtime_error("unknown key \"" + name +
+                               R"(" (a scenario has "description", "steps" and "end"))");
+    }
+  }
+  if (root.isMember("description") && !root["description"].isString()) {
+    throw std::runtime_error("\"description\" must be a string");
+  }
+  if (!root["steps"].isArray() || root["steps"].empty()) {
+    throw std::runtime_error("needs \"steps\": a non-empty array of steps");
+  }
+}
+
+Scenario ReadScenario(const Json::Value& root) {
+  if (!root.isObject()) {
+    throw std::runtime_error("a scenario is a JSON object with \"steps\"");
+  }
+  CheckRootKeys(root);
+  Scenario scenario;
+  scenario.description = root.get("description", "").asString();
+  scenario.steps = ReadSteps(root["steps"]);
+  const int64_t last = scenario.steps.back().at;
+  scenario.endMs = last + DEFAULT_TAIL_MS;
+  if (root.isMember("end")) {
+    const Json::Value& end = root["end"];
+    if (!end.isInt64() || end.asInt64() < last || end.asInt64() > LONGEST_TIME_MS) {
+      throw std::runtime_error("\"end\" must be a whole number of milliseconds, not before the " +
+                               std::string("last step (") + std::to_string(last) + " ms)");
+    }
+    scenario.endMs = end.asInt64();
+  }
+  return scenario;
+}
+
+bool ParseJson(const std::string& text, Json::Value& root, std::string& error) {
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder.settings_["allowComments"] = true;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  std::string errors;
+  if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
+    return true;
+  }
+  while (!errors.empty() && (errors.back() == '\n' || errors.back() == ' ')) {
+    errors.pop_back();
+  }
+  std::replace(errors.begin(), errors.end(), '\n', ' ');
+  error = "not valid JSON: " + errors;
+  return false;
+}
+
+}  // namespace
+
+bool ParseScenario(const std::string& text, const std::string& origin, Scenario& scenario,
+                   std::string& error) {
+  Json::Value root;
+  if (!ParseJson(text, root, error)) {
+    error = origin + ": " + error;
+    return false;
+  }
+  try {
+    scenario = ReadScenario(root);
+    return true;
+  } catch (const std::runtime_error& failure) {
+    error = origin + ": " + failure.what();
+    return false;
+  }
+}
+
+bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& error) {
+  std::ifstream file(path);
+  if (!file) {
+    error = path + ": cannot read the scenario file";
+    return false;
+  }
+  std::ostringstream text;
+  text << file.rdbuf();
+  return ParseScenario(text.str(), path, scenario, error);
+}
+
+const char* StepKindName(StepKind kind) {
+  for (const KindKey& candidate : ACTION_KEYS) {
+    if (candidate.kind == kind) {
+      return candidate.key;
+    }
+  }
+  return "?";
+}
+
+std::string DescribeStep(const ScenarioStep& step) {
+  switch (step.kind) {
+    case StepKind::PLUG:
+      return "plug " + step.model + " as " + step.pad;
+    case StepKind::UNPLUG:
+      return "unplug " + step.pad;
+    case StepKind::AWAIT_DEVICES:
+      return "await " + std::to_string(step.value) + (step.value == 1 ? " device" : " devices");
+    default:
+      return step.pad + " " + StepKindName(step.kind) + " " + std::to_string(step.index) + " = " +
+             std::to_string(step.value);
+  }
+}
+
+}  // namespace monitor

@@ -1,0 +1,97 @@
+#include "session.h"
+
+#include <thread>
+
+#include "library_log.h"
+#include "log_text.h"
+
+namespace monitor {
+
+namespace {
+
+// The library's store writes a changed choice about at once; a run that ends sooner waits this
+// long, so that the write lands before a temporary store folder is removed.
+constexpr std::chrono::milliseconds STORE_SETTLE{1500};
+
+}  // namespace
+
+Session::Session(Options options, const SimulatorApi* simulator, std::optional<Scenario> scenario,
+                 JsonWriter* json)
+    : mOptions(std::move(options)), mJson(json), mListener(mState, json) {
+  if (simulator != nullptr) {
+    mPads = std::make_unique<SimulatedPads>(*simulator);
+    if (scenario) {
+      mPlayer = std::make_unique<ScenarioPlayer>(
+          std::move(*scenario), *mPads, mState,
+          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); });
+    }
+  }
+}
+
+Session::~Session() {
+  Stop();
+}
+
+void Session::Start() {
+  SetLibraryLogHandler([this](int level, const std::string& line) { RouteLog(level, line); });
+  if (mPads) {
+    for (const std::string& key : mOptions.plug) {
+      mPads->Plug(*FindPad(key), "");
+    }
+  }
+  if (mPlayer) {
+    mPlayer->RunOpening();
+  }
+  JoysticAPI_RegsisterNotify(&mListener);
+  mRegistered = true;
+  mState.SetLayouts(JoysticAPI_GetMappingList());
+  if (mPlayer) {
+    mPlayer->Start();
+  }
+}
+
+void Session::Stop() {
+  if (mPlayer) {
+    mPlayer->Stop();
+  }
+  if (mRegistered) {
+    JoysticAPI_UnregsisterNotify(&mListener);
+    mRegistered = false;
+    const auto sinceChange = std::chrono::steady_clock::now() - mLastLayoutChange;
+    if (sinceChange < STORE_SETTLE) {
+      std::this_thread::sleep_for(STORE_SETTLE - sinceChange);
+    }
+  }
+  SetLibraryLogHandler(nullptr);
+}
+
+int32_t Session::SetLayout(uint16_t slot, uint16_t layout) {
+  const int32_t result = JoysticAPI_SetMapping(slot, layout);
+  mLastLayoutChange = std::chrono::steady_clock::now();
+  mState.RefreshDevices(JoysticAPI_GetDevList());
+  return result;
+}
+
+void Session::RouteLog(int level, const std::string& line) {
+  if (mJson != nullptr) {
+    if (mOptions.log) {
+      mJson->Log(level, TidyLogLine(line));
+    }
+    return;
+  }
+  mState.AddLog(LevelTag(level) + " " + TidyLogLine(line));
+}
+
+void Session::ReportStep(const ScenarioStep& step, bool ok) {
+  if (mJson != nullptr) {
+    mJson->Step(step, ok);
+    return;
+  }
+  std::string text = DescribeStep(step);
+  if (!ok) {
+    text += step.kind == StepKind::AWAIT_DEVICES ? " (timed out)" : " (no such pad plugged)";
+  }
+  mState.AddEvent("scenario", text);
+}
+
+}  // namespace monitor
