@@ -6,7 +6,8 @@
 //   idle_cpu_measure [--seconds=N] [--settle=S]     window N s (default 60), settle S s (3)
 //
 // Prints, per case, CPU time over wall time in percent of one core: the whole process, the
-// polling thread and every other thread the library started.
+// polling thread and every other thread the library started; and RSS and heap in use before and
+// after the window (a steady poll must not grow either).
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -104,6 +105,8 @@ void MeasureCase(const char* name, int controllers, const Options& options) {
 
   const std::vector<pid_t> tasks = cpd::bench::TaskIds();
   const std::string loadBefore = cpd::bench::LoadAverages();
+  const long residentStart = cpd::bench::ResidentKiB();
+  const long heapStart = cpd::bench::HeapInUseKiB();
   // The process window encloses the threads' windows.
   const double processStart = cpd::bench::ProcessCpuSeconds();
   const Clock::time_point wallStart = Clock::now();
@@ -115,6 +118,8 @@ void MeasureCase(const char* name, int controllers, const Options& options) {
   const double wall = std::chrono::duration<double>(Clock::now() - wallStart).count();
   const uint64_t packets = listener.Packets() - packetsStart;
   const std::string loadAfter = cpd::bench::LoadAverages();
+  const long residentEnd = cpd::bench::ResidentKiB();
+  const long heapEnd = cpd::bench::HeapInUseKiB();
 
   std::printf("%-24s process %.4f %% of one core over %.1f s (%.1f ms CPU), %.1f packets/s\n", name,
               Percent(processEnd - processStart, wall), wall, 1e3 * (processEnd - processStart),
@@ -146,6 +151,8 @@ void MeasureCase(const char* name, int controllers, const Options& options) {
     std::printf("  thread %-8d %-16s %.4f %% (%.2f ms CPU)\n", task, role,
                 Percent(end - start, wall), 1e3 * (end - start));
   }
+  std::printf("  RSS %ld -> %ld KiB, heap in use %ld -> %ld KiB over the window\n", residentStart,
+              residentEnd, heapStart, heapEnd);
   std::printf("  load average before: %s  after: %s\n", loadBefore.c_str(), loadAfter.c_str());
   std::fflush(stdout);
   JoysticAPI_UnregsisterNotify(&listener);
