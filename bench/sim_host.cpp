@@ -96,6 +96,15 @@ JoystickDataPacket CopyPacket(const JoystickDataPacket* data) {
   return packet;
 }
 
+size_t StoredBytes() {
+  std::lock_guard<std::mutex> lock(gStoreMutex);
+  size_t bytes = 0;
+  for (const auto& entry : StoreValues()) {
+    bytes += entry.second.size();
+  }
+  return bytes;
+}
+
 double ProcessCpuSeconds() {
   return ClockSeconds(CLOCK_PROCESS_CPUTIME_ID);
 }

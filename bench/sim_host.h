@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -46,6 +47,9 @@ class QuietListener : public CpdJoystickNotify {
   void OnDevListUpdate() override {}
   void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
 };
+
+// Bytes of all values in the bench's in-memory secure store (the policy document).
+size_t StoredBytes();
 
 // CPU time of the whole process and of the calling thread, in seconds.
 double ProcessCpuSeconds();

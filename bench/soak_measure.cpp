@@ -18,9 +18,10 @@
 // polling runs too.
 //
 // Prints RSS (/proc/self/statm) and the heap in use (mallinfo2) at step 100, every 1000 steps
-// and after a final settle, with threads, open SDL handles and load. The simulator keeps every
-// controller ever plugged and every handle ever opened, so part of any growth is its own; the
-// bench measures that part at the end (per plug and per open) and prints an estimate.
+// and after a final settle, with threads, descriptors, open SDL handles, the size of the stored
+// policy document and load. The simulator keeps every controller ever plugged and every handle
+// ever opened, so part of any growth is its own; the bench measures that part at the end (per
+// plug and per open) and prints an estimate.
 #include <SDL.h>
 #include <dirent.h>
 
@@ -138,8 +139,9 @@ class Soak {
   explicit Soak(const Options& options) : mOptions(options), mRandom(options.seed) {}
 
   void Run() {
-    std::printf("%8s %9s %10s %10s %8s %5s %7s %10s %9s %s\n", "step", "elapsed_s", "rss_kib",
-                "heap_kib", "threads", "fds", "plugged", "registered", "sdl_open", "load");
+    std::printf("%8s %9s %10s %10s %8s %5s %7s %10s %9s %8s %s\n", "step", "elapsed_s", "rss_kib",
+                "heap_kib", "threads", "fds", "plugged", "registered", "sdl_open", "store_b",
+                "load");
     mStart = Clock::now();
     for (long step = 1; step <= mOptions.steps; ++step) {
       Step(step);
@@ -316,10 +318,10 @@ class Soak {
   void PrintCheckpoint(const std::string& label) {
     const double elapsed = std::chrono::duration<double>(Clock::now() - mStart).count();
     const auto registered = std::count(mRegistered.begin(), mRegistered.end(), true);
-    std::printf("%8s %9.1f %10ld %10ld %8zu %5zu %7zu %10ld %9d %s\n", label.c_str(), elapsed,
+    std::printf("%8s %9.1f %10ld %10ld %8zu %5zu %7zu %10ld %9d %8zu %s\n", label.c_str(), elapsed,
                 cpd::bench::ResidentKiB(), cpd::bench::HeapInUseKiB(),
                 CountEntries("/proc/self/task"), CountEntries("/proc/self/fd"), mPads.size(),
-                static_cast<long>(registered), sim_open_handles(),
+                static_cast<long>(registered), sim_open_handles(), cpd::bench::StoredBytes(),
                 cpd::bench::LoadAverages().c_str());
     std::fflush(stdout);
   }
