@@ -3,18 +3,26 @@
 //
 // The listener cuts the window on the polling thread itself, at the first packet of two chosen
 // passes, so the window holds whole passes only. Reported time = the polling thread's CPU time
-// per pass, all of it: the library's work, the simulator's, and what the kernel charges the
-// thread for going to sleep for 30 ms and waking up again. BM_TimedWaitFloor measures that last
-// part alone: a thread that does nothing but the same 30 ms timed wait, measured the same way.
+// per pass, all of it: the library's own work, the simulator's, and what the kernel charges the
+// thread for going to sleep for 30 ms and waking up again. The machine is shared, and all three
+// parts grow with the load, so during the same windows two helper threads measure the other two
+// parts under the same conditions:
+//   - a floor thread that does nothing but the polling thread's 30 ms timed wait, measured the
+//     same way (what any pass pays before doing anything);
+//   - a replay thread that, after the same wait, replays the SDL calls of one recorded pass on
+//     the simulator (what the simulator alone costs, with caches as cold as the polling thread
+//     finds them).
 // Counters:
-//   wall_ms_per_pass    the actual period of a pass
-//   thread_cpu_pct      the thread's CPU time over wall time
-//   preempted_per_pass  involuntary context switches of the thread per pass (load from others)
-//   packets_per_pass    packets the listener got per pass (should equal the controllers)
-//   sdl_calls_per_pass  SDL calls the library made per pass (from the simulator's journal)
-//   sim_us_per_pass     CPU time the simulator itself needs for those calls, measured by
-//                       replaying them on the bench thread; real SDL2 costs differ
-//   load1               one-minute load average when the repetition ended
+//   floor_us_per_pass     CPU time per pass of the floor thread
+//   sim_us_per_pass       CPU time per replayed pass of the replay thread; real SDL2 costs differ
+//   sim_warm_us_per_pass  the same calls replayed back to back (a lower bound)
+//   library_us_per_pass   time - floor - sim: what is left for the library's own work
+//   sdl_calls_per_pass    SDL calls the library made per pass (from the simulator's journal)
+//   wall_ms_per_pass      the actual period of a pass
+//   thread_cpu_pct        the polling thread's CPU time over wall time
+//   preempted_per_pass    involuntary context switches of the polling thread per pass
+//   packets_per_pass      packets the listener got per pass (should equal the controllers)
+//   load1                 one-minute load average when the repetition ended
 #include <SDL.h>
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -26,6 +34,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -105,8 +114,8 @@ class PassClock : public cpd::bench::QuietListener {
     return true;
   }
 
-  // Measures the next `passes` passes.
-  PassWindow Measure(uint32_t passes) {
+  // Starts a window over the next `passes` passes.
+  void Arm(uint32_t passes) {
     const uint32_t start = mLastPass.load(std::memory_order_acquire) + 2;
     {
       std::lock_guard<std::mutex> lock(mMutex);
@@ -115,8 +124,13 @@ class PassClock : public cpd::bench::QuietListener {
     }
     mEndPass.store(start + passes, std::memory_order_release);
     mStartPass.store(start, std::memory_order_release);
+  }
+
+  // The armed window once it is complete (or as far as it got in time).
+  PassWindow Wait() {
     std::unique_lock<std::mutex> lock(mMutex);
-    const auto timeout = std::chrono::milliseconds(100) * (passes + 2) + std::chrono::seconds(5);
+    const auto timeout =
+        std::chrono::milliseconds(100) * (mWindow.passes + 2) + std::chrono::seconds(5);
     mDone.wait_for(lock, timeout, [this] { return mWindow.complete; });
     return mWindow;
   }
@@ -165,9 +179,36 @@ void PlugPads(size_t count) {
   }
 }
 
-// One SDL call as the polling thread made it, reduced to what a replay needs.
+// The SDL functions a poll pass calls.
+enum class SdlFunction {
+  UPDATE,
+  NUM_JOYSTICKS,
+  PATH_FOR_INDEX,
+  GET_AXIS,
+  GET_BUTTON,
+  GET_HAT,
+  GET_ATTACHED,
+  OTHER
+};
+
+SdlFunction FunctionNamed(const std::string& name) {
+  static const std::map<std::string, SdlFunction> functions = {
+      {"SDL_JoystickUpdate", SdlFunction::UPDATE},
+      {"SDL_NumJoysticks", SdlFunction::NUM_JOYSTICKS},
+      {"SDL_JoystickPathForIndex", SdlFunction::PATH_FOR_INDEX},
+      {"SDL_JoystickGetAxis", SdlFunction::GET_AXIS},
+      {"SDL_JoystickGetButton", SdlFunction::GET_BUTTON},
+      {"SDL_JoystickGetHat", SdlFunction::GET_HAT},
+      {"SDL_JoystickGetAttached", SdlFunction::GET_ATTACHED},
+  };
+  const auto found = functions.find(name);
+  return found != functions.end() ? found->second : SdlFunction::OTHER;
+}
+
+// One SDL call as the polling thread made it, reduced to what a replay needs; resolved when
+// recorded, so that a replay spends nothing on telling functions apart.
 struct RecordedCall {
-  std::string function;
+  SdlFunction function = SdlFunction::OTHER;
   int argument = 0;  // the last number in the argument text (an SDL or input index)
 };
 
@@ -179,12 +220,11 @@ int LastNumber(const char* arguments) {
 
 // The SDL calls of whole passes, between the first and the last count of the controllers.
 std::vector<RecordedCall> WholePasses(const std::vector<sim_call>& journal, uint32_t& passes) {
-  const std::string passStart = "SDL_NumJoysticks";
   size_t first = journal.size();
   size_t last = journal.size();
   passes = 0;
   for (size_t i = 0; i < journal.size(); ++i) {
-    if (passStart == journal[i].function) {
+    if (FunctionNamed(journal[i].function) == SdlFunction::NUM_JOYSTICKS) {
       if (first == journal.size()) {
         first = i;
       } else {
@@ -195,7 +235,7 @@ std::vector<RecordedCall> WholePasses(const std::vector<sim_call>& journal, uint
   }
   std::vector<RecordedCall> calls;
   for (size_t i = first; i < last; ++i) {
-    calls.push_back({journal[i].function, LastNumber(journal[i].arguments)});
+    calls.push_back({FunctionNamed(journal[i].function), LastNumber(journal[i].arguments)});
   }
   return calls;
 }
@@ -203,30 +243,36 @@ std::vector<RecordedCall> WholePasses(const std::vector<sim_call>& journal, uint
 // Makes `call` on the simulator with `handle` standing for whatever handle was recorded; false
 // for a function the replay does not know.
 bool Replay(const RecordedCall& call, SDL_Joystick* handle) {
-  const std::string& function = call.function;
-  if (function == "SDL_JoystickUpdate") {
-    SDL_JoystickUpdate();
-  } else if (function == "SDL_NumJoysticks") {
-    benchmark::DoNotOptimize(SDL_NumJoysticks());
-  } else if (function == "SDL_JoystickPathForIndex") {
-    benchmark::DoNotOptimize(SDL_JoystickPathForIndex(call.argument));
-  } else if (function == "SDL_JoystickGetAxis") {
-    benchmark::DoNotOptimize(SDL_JoystickGetAxis(handle, call.argument));
-  } else if (function == "SDL_JoystickGetButton") {
-    benchmark::DoNotOptimize(SDL_JoystickGetButton(handle, call.argument));
-  } else if (function == "SDL_JoystickGetHat") {
-    benchmark::DoNotOptimize(SDL_JoystickGetHat(handle, call.argument));
-  } else if (function == "SDL_JoystickGetAttached") {
-    benchmark::DoNotOptimize(SDL_JoystickGetAttached(handle));
-  } else {
-    return false;
+  switch (call.function) {
+    case SdlFunction::UPDATE:
+      SDL_JoystickUpdate();
+      return true;
+    case SdlFunction::NUM_JOYSTICKS:
+      benchmark::DoNotOptimize(SDL_NumJoysticks());
+      return true;
+    case SdlFunction::PATH_FOR_INDEX:
+      benchmark::DoNotOptimize(SDL_JoystickPathForIndex(call.argument));
+      return true;
+    case SdlFunction::GET_AXIS:
+      benchmark::DoNotOptimize(SDL_JoystickGetAxis(handle, call.argument));
+      return true;
+    case SdlFunction::GET_BUTTON:
+      benchmark::DoNotOptimize(SDL_JoystickGetButton(handle, call.argument));
+      return true;
+    case SdlFunction::GET_HAT:
+      benchmark::DoNotOptimize(SDL_JoystickGetHat(handle, call.argument));
+      return true;
+    case SdlFunction::GET_ATTACHED:
+      benchmark::DoNotOptimize(SDL_JoystickGetAttached(handle));
+      return true;
+    default:
+      return false;
   }
-  return true;
 }
 
 struct SimulatorShare {
   double callsPerPass = 0.0;
-  double secondsPerPass = 0.0;
+  double warmSecondsPerPass = 0.0;
   size_t unknownCalls = 0;
 };
 
@@ -242,7 +288,21 @@ std::vector<RecordedCall> RecordPasses(PassClock& clock, uint32_t& passes) {
   return calls;
 }
 
-SimulatorShare ReplayPasses(const std::vector<RecordedCall>& calls, uint32_t passes) {
+// The recorded calls cut into passes, each starting at its count of the controllers (as many as
+// WholePasses counted).
+std::vector<std::vector<RecordedCall>> SplitPasses(const std::vector<RecordedCall>& calls) {
+  std::vector<std::vector<RecordedCall>> passes;
+  for (const RecordedCall& call : calls) {
+    if (passes.empty() || call.function == SdlFunction::NUM_JOYSTICKS) {
+      passes.emplace_back();
+    }
+    passes.back().push_back(call);
+  }
+  return passes;
+}
+
+// Replays the recorded calls back to back on this thread: the simulator's cost with warm caches.
+SimulatorShare ReplayWarm(const std::vector<RecordedCall>& calls, uint32_t passes) {
   SimulatorShare share;
   if (passes == 0) {
     return share;
@@ -257,48 +317,100 @@ SimulatorShare ReplayPasses(const std::vector<RecordedCall>& calls, uint32_t pas
       }
     }
   }
-  share.secondsPerPass = (ThisThreadCpuSeconds() - start) / (REPLAY_ROUNDS * passes);
+  share.warmSecondsPerPass = (ThisThreadCpuSeconds() - start) / (REPLAY_ROUNDS * passes);
   SDL_JoystickClose(handle);
   return share;
 }
 
+// A thread that makes the polling thread's 30 ms timed wait over and over and does `pass`
+// between two waits; the pass number goes to `clock` as a packet's would.
+class WaitingThread {
+ public:
+  template <typename Pass>
+  WaitingThread(PassClock& clock, Pass pass)
+      : mThread([this, &clock, pass]() mutable {
+          JoystickDataPacket packet{};
+          for (uint32_t number = 0;; ++number) {
+            packet.dwPacketNumber = number;
+            clock.OnJoystickData(&packet, static_cast<int32_t>(sizeof packet));
+            pass();
+            std::unique_lock<std::mutex> lock(mMutex);
+            if (mWake.wait_for(lock, POLL_PERIOD, [this] { return mStop; })) {
+              return;
+            }
+          }
+        }) {}
+
+  WaitingThread(const WaitingThread&) = delete;
+  WaitingThread& operator=(const WaitingThread&) = delete;
+
+  ~WaitingThread() {
+    {
+      std::lock_guard<std::mutex> lock(mMutex);
+      mStop = true;
+      mWake.notify_all();
+    }
+    mThread.join();
+  }
+
+ private:
+  std::mutex mMutex;
+  std::condition_variable mWake;
+  bool mStop = false;
+  std::thread mThread;  // last: it starts once everything above exists
+};
+
+// Replays one recorded pass after each wait on a handle of its own, timing only the replay.
+class ColdReplay {
+ public:
+  explicit ColdReplay(const std::vector<RecordedCall>& calls)
+      : mPasses(SplitPasses(calls)), mHandle(SDL_JoystickOpen(0)) {}
+  ColdReplay(const ColdReplay&) = delete;
+  ColdReplay& operator=(const ColdReplay&) = delete;
+  ~ColdReplay() { SDL_JoystickClose(mHandle); }
+
+  // Runs on the replay thread.
+  void ReplayOnePass() {
+    if (mPasses.empty() || !mMeasuring.load(std::memory_order_acquire)) {
+      return;
+    }
+    const double before = ThisThreadCpuSeconds();
+    for (const RecordedCall& call : mPasses[mNext++ % mPasses.size()]) {
+      Replay(call, mHandle);
+    }
+    const double after = ThisThreadCpuSeconds();
+    const double clockRead = ThisThreadCpuSeconds() - after;  // one read's own cost
+    std::lock_guard<std::mutex> lock(mMutex);
+    mSeconds += after - before - clockRead;
+    ++mReplayed;
+  }
+
+  void SetMeasuring(bool measuring) { mMeasuring.store(measuring, std::memory_order_release); }
+
+  double SecondsPerPass() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mReplayed > 0 ? mSeconds / static_cast<double>(mReplayed) : 0.0;
+  }
+
+ private:
+  const std::vector<std::vector<RecordedCall>> mPasses;
+  SDL_Joystick* const mHandle;
+  size_t mNext = 0;  // replay thread only
+  std::atomic<bool> mMeasuring{false};
+  std::mutex mMutex;
+  double mSeconds = 0.0;
+  uint64_t mReplayed = 0;
+};
+
 struct WindowTotals {
   double wallSeconds = 0.0;
   double cpuSeconds = 0.0;
+  double floorCpuSeconds = 0.0;
   uint64_t packets = 0;
   uint64_t passes = 0;
+  uint64_t floorPasses = 0;
   long preemptions = 0;
 };
-
-// The benchmark loop: one window of PASSES_PER_WINDOW passes per iteration.
-WindowTotals MeasureWindows(benchmark::State& state, PassClock& clock) {
-  WindowTotals totals;
-  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): the benchmark loop
-    const PassWindow window = clock.Measure(PASSES_PER_WINDOW);
-    if (!window.complete) {
-      state.SkipWithError("the passes stopped inside the window");
-      break;
-    }
-    state.SetIterationTime(window.cpuSeconds / window.passes);
-    totals.wallSeconds += window.wallSeconds;
-    totals.cpuSeconds += window.cpuSeconds;
-    totals.packets += window.packets;
-    totals.passes += window.passes;
-    totals.preemptions += window.preemptions;
-  }
-  return totals;
-}
-
-void ReportTotals(benchmark::State& state, const WindowTotals& totals) {
-  if (totals.passes > 0) {
-    const auto passes = static_cast<double>(totals.passes);
-    state.counters["wall_ms_per_pass"] = 1e3 * totals.wallSeconds / passes;
-    state.counters["thread_cpu_pct"] = 100.0 * totals.cpuSeconds / totals.wallSeconds;
-    state.counters["packets_per_pass"] = static_cast<double>(totals.packets) / passes;
-    state.counters["preempted_per_pass"] = static_cast<double>(totals.preemptions) / passes;
-  }
-  state.counters["load1"] = cpd::bench::LoadAverage1();
-}
 
 void BM_PollPassCpu(benchmark::State& state) {
   sim_set_journal_enabled(0);
@@ -310,44 +422,59 @@ void BM_PollPassCpu(benchmark::State& state) {
     state.SkipWithError("the controllers were not polled");
     return;
   }
-  const WindowTotals totals = MeasureWindows(state, clock);
   uint32_t recordedPasses = 0;
   const std::vector<RecordedCall> calls = RecordPasses(clock, recordedPasses);
-  JoysticAPI_UnregsisterNotify(&clock);
-  const SimulatorShare simulator = ReplayPasses(calls, recordedPasses);
-  ReportTotals(state, totals);
-  state.counters["sdl_calls_per_pass"] = simulator.callsPerPass;
-  state.counters["sim_us_per_pass"] = 1e6 * simulator.secondsPerPass;
-  state.counters["unreplayed_calls"] = static_cast<double>(simulator.unknownCalls);
-}
+  const SimulatorShare simulator = ReplayWarm(calls, recordedPasses);
 
-// What a thread pays for the poll period alone: the same timed wait on a condition variable as
-// the polling thread's, with nothing else in the pass but the clock's own bookkeeping.
-void BM_TimedWaitFloor(benchmark::State& state) {
-  PassClock clock;
-  std::mutex mutex;
-  std::condition_variable wake;
-  bool stop = false;
-  std::thread waiter([&] {
-    JoystickDataPacket packet{};
-    for (uint32_t pass = 0;; ++pass) {
-      packet.dwPacketNumber = pass;
-      clock.OnJoystickData(&packet, static_cast<int32_t>(sizeof packet));
-      std::unique_lock<std::mutex> lock(mutex);
-      if (wake.wait_for(lock, POLL_PERIOD, [&stop] { return stop; })) {
-        return;
-      }
-    }
-  });
-  clock.WaitForPass(WARM_UP_PASSES, std::chrono::seconds(30));
-  const WindowTotals totals = MeasureWindows(state, clock);
+  WindowTotals totals;
+  double simSecondsPerPass = 0.0;
   {
-    std::lock_guard<std::mutex> lock(mutex);
-    stop = true;
-    wake.notify_all();
+    PassClock floorClock;
+    ColdReplay replay(calls);
+    PassClock replayClock;  // unused windows; the replay thread only needs somewhere to report
+    WaitingThread floor(floorClock, [] {});
+    WaitingThread replayer(replayClock, [&replay] { replay.ReplayOnePass(); });
+    floorClock.WaitForPass(WARM_UP_PASSES, std::chrono::seconds(30));
+    replay.SetMeasuring(true);
+    for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores): the benchmark loop
+      clock.Arm(PASSES_PER_WINDOW);
+      floorClock.Arm(PASSES_PER_WINDOW);
+      const PassWindow window = clock.Wait();
+      const PassWindow floorWindow = floorClock.Wait();
+      if (!window.complete || !floorWindow.complete) {
+        state.SkipWithError("the passes stopped inside the window");
+        break;
+      }
+      state.SetIterationTime(window.cpuSeconds / window.passes);
+      totals.wallSeconds += window.wallSeconds;
+      totals.cpuSeconds += window.cpuSeconds;
+      totals.packets += window.packets;
+      totals.passes += window.passes;
+      totals.preemptions += window.preemptions;
+      totals.floorCpuSeconds += floorWindow.cpuSeconds;
+      totals.floorPasses += floorWindow.passes;
+    }
+    replay.SetMeasuring(false);
+    simSecondsPerPass = replay.SecondsPerPass();
   }
-  waiter.join();
-  ReportTotals(state, totals);
+  JoysticAPI_UnregsisterNotify(&clock);
+
+  if (totals.passes > 0 && totals.floorPasses > 0) {
+    const auto passes = static_cast<double>(totals.passes);
+    const double floorPerPass = totals.floorCpuSeconds / static_cast<double>(totals.floorPasses);
+    state.counters["floor_us_per_pass"] = 1e6 * floorPerPass;
+    state.counters["library_us_per_pass"] =
+        1e6 * (totals.cpuSeconds / passes - floorPerPass - simSecondsPerPass);
+    state.counters["wall_ms_per_pass"] = 1e3 * totals.wallSeconds / passes;
+    state.counters["thread_cpu_pct"] = 100.0 * totals.cpuSeconds / totals.wallSeconds;
+    state.counters["packets_per_pass"] = static_cast<double>(totals.packets) / passes;
+    state.counters["preempted_per_pass"] = static_cast<double>(totals.preemptions) / passes;
+  }
+  state.counters["sim_us_per_pass"] = 1e6 * simSecondsPerPass;
+  state.counters["sim_warm_us_per_pass"] = 1e6 * simulator.warmSecondsPerPass;
+  state.counters["sdl_calls_per_pass"] = simulator.callsPerPass;
+  state.counters["unreplayed_calls"] = static_cast<double>(simulator.unknownCalls);
+  state.counters["load1"] = cpd::bench::LoadAverage1();
 }
 
 double Max(const std::vector<double>& values) {
@@ -356,13 +483,6 @@ double Max(const std::vector<double>& values) {
 
 }  // namespace
 
-BENCHMARK(BM_TimedWaitFloor)
-    ->UseManualTime()
-    ->Iterations(2)
-    ->Repetitions(5)
-    ->ComputeStatistics("max", Max)
-    ->ReportAggregatesOnly(true)
-    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_PollPassCpu)
     ->ArgName("controllers")
     ->Arg(1)
