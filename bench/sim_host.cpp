@@ -1,0 +1,186 @@
+#include "sim_host.h"
+
+#include <malloc.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <dirent.h>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <mutex>
+
+#include "common/log_sink.h"
+#include "cpd_joystick/sd_config.h"
+#include "sdl_sim.h"
+
+// The bench host brings its own silent sink, as a client with its own log library would, so that
+// formatting and writing log lines is not part of what is measured.
+extern "C" void quvaniLogPrint(int /*unused*/, int /*level*/, const char* /*tag*/,
+                               const char* /*format*/, ...) {}
+
+namespace {
+
+std::mutex gStoreMutex;
+
+std::map<std::string, std::string>& StoreValues() {
+  static auto* values = new std::map<std::string, std::string>();  // outlives the watcher
+  return *values;
+}
+
+double Seconds(const timespec& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+double ClockSeconds(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return Seconds(now);
+}
+
+}  // namespace
+
+// The bench's secure store keeps the policy document in memory: the user's store file stays as
+// it is, and no disk write is part of any measurement.
+namespace sd {
+
+SDConfig* SDConfig::GetInstance() {
+  static SDConfig instance;
+  return &instance;
+}
+
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
+std::string SDConfig::GetSecure(const std::string& key) {
+  std::lock_guard<std::mutex> lock(gStoreMutex);
+  const auto found = StoreValues().find(key);
+  return found != StoreValues().end() ? found->second : std::string();
+}
+
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
+bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
+  std::lock_guard<std::mutex> lock(gStoreMutex);
+  StoreValues()[key] = value;
+  return true;
+}
+
+}  // namespace sd
+
+namespace cpd::bench {
+
+const PadModel XBOX_PAD{"Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1};
+const PadModel DUALSENSE_PAD{"DualSense Wireless Controller", 0x054c, 0x0ce6, 6, 15, 1};
+const PadModel SWITCH_PAD{"Nintendo Switch Pro Controller", 0x057e, 0x2009, 6, 15, 1};
+const PadModel GENERIC_PAD{"Generic USB Joystick", 0x0079, 0x0006, 4, 12, 1};
+const PadModel PEN_TABLET{"Wacom Intuos Pen", 0x056a, 0x0374, 6, 4, 0};
+
+const std::vector<PadModel>& GamePadModels() {
+  static const std::vector<PadModel> models = {XBOX_PAD, DUALSENSE_PAD, SWITCH_PAD, GENERIC_PAD};
+  return models;
+}
+
+std::string PadPath(int number) {
+  return "/dev/input/event" + std::to_string(number);
+}
+
+int PlugPad(const PadModel& model, int number) {
+  return sim_plug(model.name, PadPath(number).c_str(), model.vid, model.pid, model.axes,
+                  model.buttons, model.hats);
+}
+
+JoystickDataPacket CopyPacket(const JoystickDataPacket* data) {
+  JoystickDataPacket packet{};
+  std::memcpy(&packet, data, sizeof packet);
+  return packet;
+}
+
+size_t StoredBytes() {
+  std::lock_guard<std::mutex> lock(gStoreMutex);
+  size_t bytes = 0;
+  for (const auto& entry : StoreValues()) {
+    bytes += entry.second.size();
+  }
+  return bytes;
+}
+
+double ProcessCpuSeconds() {
+  return ClockSeconds(CLOCK_PROCESS_CPUTIME_ID);
+}
+
+double ThisThreadCpuSeconds() {
+  return ClockSeconds(CLOCK_THREAD_CPUTIME_ID);
+}
+
+pid_t ThisTaskId() {
+  return static_cast<pid_t>(syscall(SYS_gettid));
+}
+
+std::vector<pid_t> TaskIds() {
+  std::vector<pid_t> ids;
+  DIR* tasks = opendir("/proc/self/task");
+  if (tasks == nullptr) {
+    return ids;
+  }
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): this directory stream is read by this thread only
+  while (const dirent* entry = readdir(tasks)) {
+    if (entry->d_name[0] != '.') {
+      ids.push_back(static_cast<pid_t>(std::stol(entry->d_name)));
+    }
+  }
+  closedir(tasks);
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+double TaskCpuSeconds(pid_t tid) {
+  std::ifstream schedstat("/proc/self/task/" + std::to_string(tid) + "/schedstat");
+  unsigned long long runNanoseconds = 0;
+  if (!(schedstat >> runNanoseconds)) {
+    return -1.0;
+  }
+  return static_cast<double>(runNanoseconds) * 1e-9;
+}
+
+long ResidentKiB() {
+  std::ifstream statm("/proc/self/statm");
+  long sizePages = 0;
+  long residentPages = 0;
+  if (!(statm >> sizePages >> residentPages)) {
+    return -1;
+  }
+  return residentPages * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+long HeapInUseKiB() {
+  return static_cast<long>(mallinfo2().uordblks / 1024);
+}
+
+std::string LoadAverages() {
+  std::ifstream loadavg("/proc/loadavg");
+  std::string one;
+  std::string five;
+  std::string fifteen;
+  loadavg >> one >> five >> fifteen;
+  return one + " " + five + " " + fifteen;
+}
+
+double LoadAverage1() {
+  std::ifstream loadavg("/proc/loadavg");
+  double one = -1.0;
+  loadavg >> one;
+  return one;
+}
+
+double Percentile(std::vector<double> values, double fraction) {
+  if (values.empty()) {
+    return 0.0;
+  }
+  std::sort(values.begin(), values.end());
+  const double rank = std::ceil(fraction * static_cast<double>(values.size()));
+  const auto index = static_cast<size_t>(std::max(rank, 1.0)) - 1;
+  return values[std::min(index, values.size() - 1)];
+}
+
+}  // namespace cpd::bench
