@@ -77,15 +77,17 @@ uint64_t ThisThread() {
   return static_cast<uint64_t>(pthread_self());
 }
 
-// Records a call; the caller holds the lock.
-void Record(const char* function, const std::string& arguments) {
+// Records a call; the caller holds the lock. The arguments' text is only built when it is kept,
+// so that a run with the journal off costs what the bridge's own work costs.
+template <typename Arguments>
+void Record(const char* function, Arguments arguments) {
   Simulator& sim = Sim();
   if (!sim.journalEnabled || sim.journal.size() >= JOURNAL_LIMIT) {
     return;
   }
   sim_call call{};
   std::snprintf(call.function, sizeof call.function, "%s", function);
-  std::snprintf(call.arguments, sizeof call.arguments, "%s", arguments.c_str());
+  std::snprintf(call.arguments, sizeof call.arguments, "%s", std::string(arguments()).c_str());
   call.thread = ThisThread();
   sim.journal.push_back(call);
 }
@@ -152,6 +154,15 @@ template <typename Value>
 void WriteInput(std::vector<Value>& values, int index, Value value) {
   if (index >= 0 && static_cast<size_t>(index) < values.size()) {
     values[static_cast<size_t>(index)] = value;
+  }
+}
+
+// Unplugged controllers read 0 whatever they hold, so only the plugged ones are published.
+void PublishPendingValues() {
+  for (const auto& device : Sim().devices) {
+    if (device->plugged) {
+      device->published = device->pending;
+    }
   }
 }
 
@@ -297,19 +308,19 @@ extern "C" {
 
 SDL_bool SDL_SetHint(const char* name, const char* value) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Quoted(name) + ", " + Quoted(value));
+  Record(__func__, [&] { return Quoted(name) + ", " + Quoted(value); });
   return SDL_TRUE;
 }
 
 Uint32 SDL_WasInit(Uint32 flags) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Hex(flags));
+  Record(__func__, [&] { return Hex(flags); });
   return Sim().initialised & flags;
 }
 
 int SDL_Init(Uint32 flags) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Hex(flags));
+  Record(__func__, [&] { return Hex(flags); });
   if (Sim().failInitArmed) {
     Sim().failInitArmed = false;
     tLastError = Sim().failInit;
@@ -321,13 +332,13 @@ int SDL_Init(Uint32 flags) {
 
 const char* SDL_GetError(void) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, "");
+  Record(__func__, [&] { return ""; });
   return tLastError.c_str();
 }
 
 void SDL_Quit(void) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, "");
+  Record(__func__, [&] { return ""; });
   Sim().initialised = 0;
   for (const auto& handle : Sim().handles) {
     handle->open = false;  // SDL closes what is still open
@@ -340,10 +351,8 @@ void SDL_JoystickUpdate(void) {
   uint64_t number = 0;
   {
     std::lock_guard<std::mutex> lock(Sim().mutex);
-    Record(__func__, "");
-    for (const auto& device : Sim().devices) {
-      device->published = device->pending;
-    }
+    Record(__func__, [&] { return ""; });
+    PublishPendingValues();
     number = Sim().updates++;
     hook = Sim().hook;
     context = Sim().hookContext;
@@ -353,27 +362,25 @@ void SDL_JoystickUpdate(void) {
   }
   hook(context, number);
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  for (const auto& device : Sim().devices) {
-    device->published = device->pending;
-  }
+  PublishPendingValues();
 }
 
 int SDL_NumJoysticks(void) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, "");
+  Record(__func__, [&] { return ""; });
   return static_cast<int>(PluggedDevices().size());
 }
 
 const char* SDL_JoystickPathForIndex(int device_index) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, std::to_string(device_index));
+  Record(__func__, [&] { return std::to_string(device_index); });
   const Device* device = DeviceAtIndex(device_index);
   return device != nullptr && device->hasPath ? device->path.c_str() : nullptr;
 }
 
 SDL_Joystick* SDL_JoystickOpen(int device_index) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, std::to_string(device_index));
+  Record(__func__, [&] { return std::to_string(device_index); });
   Device* device = DeviceAtIndex(device_index);
   if (Sim().failOpenArmed || device == nullptr) {
     tLastError = Sim().failOpenArmed ? Sim().failOpen : "Joystick index out of range";
@@ -388,7 +395,7 @@ SDL_Joystick* SDL_JoystickOpen(int device_index) {
 
 void SDL_JoystickClose(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   if (joystick != nullptr) {
     joystick->open = false;
   }
@@ -396,71 +403,71 @@ void SDL_JoystickClose(SDL_Joystick* joystick) {
 
 SDL_bool SDL_JoystickGetAttached(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return LiveDevice(joystick) != nullptr ? SDL_TRUE : SDL_FALSE;
 }
 
 const char* SDL_JoystickName(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   const Device* device = joystick != nullptr ? joystick->device : nullptr;
   return device != nullptr && device->hasName ? device->name.c_str() : nullptr;
 }
 
 const char* SDL_JoystickPath(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   const Device* device = joystick != nullptr ? joystick->device : nullptr;
   return device != nullptr && device->hasPath ? device->path.c_str() : nullptr;
 }
 
 Uint16 SDL_JoystickGetVendor(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return joystick != nullptr && joystick->device != nullptr ? joystick->device->vid : 0;
 }
 
 Uint16 SDL_JoystickGetProduct(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return joystick != nullptr && joystick->device != nullptr ? joystick->device->pid : 0;
 }
 
 int SDL_JoystickNumAxes(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return joystick != nullptr && joystick->device != nullptr ? joystick->device->numAxes : -1;
 }
 
 int SDL_JoystickNumButtons(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return joystick != nullptr && joystick->device != nullptr ? joystick->device->numButtons : -1;
 }
 
 int SDL_JoystickNumHats(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick));
+  Record(__func__, [&] { return Pointer(joystick); });
   return joystick != nullptr && joystick->device != nullptr ? joystick->device->numHats : -1;
 }
 
 Sint16 SDL_JoystickGetAxis(SDL_Joystick* joystick, int axis) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick) + ", " + std::to_string(axis));
+  Record(__func__, [&] { return Pointer(joystick) + ", " + std::to_string(axis); });
   const Device* device = LiveDevice(joystick);
   return device != nullptr ? ReadInput(device->published.axes, axis) : Sint16{0};
 }
 
 Uint8 SDL_JoystickGetHat(SDL_Joystick* joystick, int hat) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick) + ", " + std::to_string(hat));
+  Record(__func__, [&] { return Pointer(joystick) + ", " + std::to_string(hat); });
   const Device* device = LiveDevice(joystick);
   return device != nullptr ? ReadInput(device->published.hats, hat) : Uint8{0};
 }
 
 Uint8 SDL_JoystickGetButton(SDL_Joystick* joystick, int button) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
-  Record(__func__, Pointer(joystick) + ", " + std::to_string(button));
+  Record(__func__, [&] { return Pointer(joystick) + ", " + std::to_string(button); });
   const Device* device = LiveDevice(joystick);
   return device != nullptr ? ReadInput(device->published.buttons, button) : Uint8{0};
 }
