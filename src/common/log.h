@@ -78,14 +78,17 @@ inline const char* FileNameAfterBackslash(const char* path) {
 
 #define CPD_LOG_FORMAT_(word, message) "%s %s(%d): \"" word "\" " #message
 
-#define CPD_LOG_AT_(logClass, word, message, ...)                                                  \
+// `origin` is the function name the line shows. Ordinary statements show their own function;
+// a short helper that logs on behalf of an operation shows the operation's name instead, since
+// hosts filter the log by the names they have always seen.
+#define CPD_LOG_AT_(origin, logClass, word, message, ...)                                          \
   do {                                                                                             \
     static_assert(::cpd::log::IsSingleLiteral(#message),                                           \
                   "a log message is one literal: the line shows it as written");                   \
     if constexpr (::cpd::log::IsEmitted(logClass)) {                                               \
       quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                      \
                      CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \
-                     __func__, __LINE__, ##__VA_ARGS__);                                           \
+                     origin, __LINE__, ##__VA_ARGS__);                                             \
     }                                                                                              \
   } while (false)
 
@@ -105,8 +108,16 @@ inline const char* FileNameAfterBackslash(const char* path) {
   } while (false)
 
 #define CPD_LOG_ERROR(message, ...) \
-  CPD_LOG_AT_(::cpd::log::LOG_CLASS_ERROR, "Error:", message, ##__VA_ARGS__)
+  CPD_LOG_AT_(__func__, ::cpd::log::LOG_CLASS_ERROR, "Error:", message, ##__VA_ARGS__)
 #define CPD_LOG_DEBUG(message, ...) \
-  CPD_LOG_AT_(::cpd::log::LOG_CLASS_DEBUG, "Debug:", message, ##__VA_ARGS__)
+  CPD_LOG_AT_(__func__, ::cpd::log::LOG_CLASS_DEBUG, "Debug:", message, ##__VA_ARGS__)
 #define CPD_LOG_MUTED(message, ...) \
-  CPD_LOG_AT_(::cpd::log::LOG_CLASS_MUTED, "Debug:", message, ##__VA_ARGS__)
+  CPD_LOG_AT_(__func__, ::cpd::log::LOG_CLASS_MUTED, "Debug:", message, ##__VA_ARGS__)
+
+// The same statements on behalf of the operation named by `origin` (a const char*).
+#define CPD_LOG_ERROR_IN(origin, message, ...) \
+  CPD_LOG_AT_(origin, ::cpd::log::LOG_CLASS_ERROR, "Error:", message, ##__VA_ARGS__)
+#define CPD_LOG_DEBUG_IN(origin, message, ...) \
+  CPD_LOG_AT_(origin, ::cpd::log::LOG_CLASS_DEBUG, "Debug:", message, ##__VA_ARGS__)
+#define CPD_LOG_MUTED_IN(origin, message, ...) \
+  CPD_LOG_AT_(origin, ::cpd::log::LOG_CLASS_MUTED, "Debug:", message, ##__VA_ARGS__)

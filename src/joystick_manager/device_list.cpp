@@ -1,6 +1,8 @@
 // The device list published to the host, rebuilt from the open controllers.
 #include <iomanip>
+#include <optional>
 #include <sstream>
+#include <vector>
 
 #include "common/event_record.h"
 #include "common/log.h"
@@ -10,10 +12,7 @@ namespace cpd {
 
 namespace {
 
-struct DeviceListBuild {
-  std::list<_CpdJoystickDeviceInfo> devices;
-  std::string summary;
-};
+constexpr const char* UPDATE_ORIGIN = "UpdateJoystickDevList";
 
 _CpdJoystickDeviceInfo DeviceInfoOf(const JoystickDevice& device) {
   _CpdJoystickDeviceInfo info;
@@ -29,54 +28,75 @@ _CpdJoystickDeviceInfo DeviceInfoOf(const JoystickDevice& device) {
   return info;
 }
 
+// One entry per open controller in SDL index order; a pen tablet is a gap (no entry), so its line
+// still comes out in its place.
+using ListedDevices = std::vector<std::optional<_CpdJoystickDeviceInfo>>;
+
+ListedDevices ListDevices(const std::map<int32_t, JoystickDevice>& joysticks) {
+  ListedDevices listed;
+  listed.reserve(joysticks.size());
+  for (const auto& entry : joysticks) {
+    if (entry.second.vid == PEN_TABLET_VENDOR) {
+      listed.emplace_back();
+    } else {
+      listed.emplace_back(DeviceInfoOf(entry.second));
+    }
+  }
+  return listed;
+}
+
 // The summary repeats earlier entries: one stream collects every entry and its whole contents
 // are appended after each one. Hosts parse the summary as it has always been, so it stays so,
 // and the stream stays in hexadecimal for the index and layout kind too.
-DeviceListBuild BuildDeviceList(const std::map<int32_t, JoystickDevice>& joysticks) {
-  DeviceListBuild build;
+std::string SummariseAndLog(const ListedDevices& listed) {
+  std::string summary;
   std::ostringstream stream;
-  for (const auto& entry : joysticks) {
-    const JoystickDevice& device = entry.second;
-    if (device.vid == PEN_TABLET_VENDOR) {
-      CPD_LOG_DEBUG("wacom is not joystick");
+  for (const std::optional<_CpdJoystickDeviceInfo>& info : listed) {
+    if (!info) {
+      CPD_LOG_DEBUG_IN(UPDATE_ORIGIN, "wacom is not joystick");
       continue;
     }
-    const _CpdJoystickDeviceInfo info = DeviceInfoOf(device);
-    build.devices.push_back(info);
-    stream << "{vid:0x" << std::hex << std::setw(4) << std::setfill('0') << info.vid << " pid:0x"
-           << std::setw(4) << std::setfill('0') << info.pid << " devname:" << info.name
-           << " index:" << info.index << " mappingIndex:" << info.mappingIndex << "};";
-    build.summary += stream.str();
-    CPD_LOG_DEBUG("vid[0x%.4x] pid[0x%.4x] devname[%s] index[%d] mappingIndex[%d]", info.vid,
-                  info.pid, info.name.c_str(), info.index, info.mappingIndex);
+    stream << "{vid:0x" << std::hex << std::setw(4) << std::setfill('0') << info->vid << " pid:0x"
+           << std::setw(4) << std::setfill('0') << info->pid << " devname:" << info->name
+           << " index:" << info->index << " mappingIndex:" << info->mappingIndex << "};";
+    summary += stream.str();
+    CPD_LOG_DEBUG_IN(UPDATE_ORIGIN,
+                     "vid[0x%.4x] pid[0x%.4x] devname[%s] index[%d] mappingIndex[%d]", info->vid,
+                     info->pid, info->name.c_str(), info->index, info->mappingIndex);
   }
-  return build;
+  return summary;
 }
 
 }  // namespace
 
+// The list is rebuilt and swapped in one locked section, so a host never sees it half rebuilt and
+// a layout change cannot slip in between; the lines and the summary are made after the lock is
+// released, because the host's log sink may call back into the library.
 int32_t JoystickManager::UpdateJoystickDevList() {
   CPD_LOG_MUTED("");
-  std::map<int32_t, JoystickDevice> joysticks;
-  {
-    std::lock_guard<std::mutex> lock(mStateMutex);
-    joysticks = Joysticks;
-  }
-  DeviceListBuild build = BuildDeviceList(joysticks);
-  const auto newSize = static_cast<int32_t>(build.devices.size());
+  ListedDevices listed;
   int32_t oldSize = 0;
+  int32_t newSize = 0;
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
+    listed = ListDevices(Joysticks);
     oldSize = static_cast<int32_t>(mDevList.size());
-    mDevList = std::move(build.devices);
+    mDevList.clear();
+    for (const std::optional<_CpdJoystickDeviceInfo>& info : listed) {
+      if (info) {
+        mDevList.push_back(*info);
+      }
+    }
+    newSize = static_cast<int32_t>(mDevList.size());
   }
+  const std::string summary = SummariseAndLog(listed);
   if (oldSize == newSize && oldSize == 0) {
     return 0;
   }
   NotifyDevListUpdate();
   NotifyEvent(EVENT_DEV_LIST_UPDATE,
               CPD_EVENT_RECORD("cpd::JoystickManager::UpdateJoystickDevList",
-                               "joystickNum: " + std::to_string(newSize) + build.summary));
+                               "joystickNum: " + std::to_string(newSize) + summary));
   return 0;
 }
 

@@ -16,14 +16,38 @@ std::mutex gInstanceMutex;
 // there would wait for the very lock its caller holds, or join its own thread; such calls are
 // refused instead.
 thread_local bool tInsideListenerCall = false;
+// True on the polling thread. A registration made there from anywhere else (the host's log sink,
+// its secure store) would join the thread that makes it.
+thread_local bool tOnPollingThread = false;
+// True while this thread is inside a registration. The host's log sink runs in the middle of one
+// and must not start another, which would wait for the lifecycle lock its own thread holds.
+thread_local bool tInsideRegistration = false;
 
-class ListenerCallScope {
+// Sets a thread-local flag for the life of a scope.
+class FlagScope {
  public:
-  ListenerCallScope() { tInsideListenerCall = true; }
-  ~ListenerCallScope() { tInsideListenerCall = false; }
-  ListenerCallScope(const ListenerCallScope&) = delete;
-  ListenerCallScope& operator=(const ListenerCallScope&) = delete;
+  explicit FlagScope(bool& flag) : mFlag(flag) { mFlag = true; }
+  ~FlagScope() { mFlag = false; }
+  FlagScope(const FlagScope&) = delete;
+  FlagScope& operator=(const FlagScope&) = delete;
+
+ private:
+  bool& mFlag;
 };
+
+// Why a registration call made now must be refused, or null when it may go ahead.
+const char* RegistrationRefusal() {
+  if (tInsideListenerCall) {
+    return "from inside a callback";
+  }
+  if (tOnPollingThread) {
+    return "from the polling thread";
+  }
+  if (tInsideRegistration) {
+    return "from inside another registration";
+  }
+  return nullptr;
+}
 
 }  // namespace
 
@@ -69,20 +93,25 @@ int32_t JoystickManager::Stop() {
   return 0;
 }
 
+void JoystickManager::MarkPollingThread() {
+  tOnPollingThread = true;
+}
+
 int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
-  if (tInsideListenerCall) {
-    CPD_LOG_ERROR("%p refused: listeners must not register from inside a callback",
-                  static_cast<void*>(notify));
+  CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
+  if (const char* refusal = RegistrationRefusal()) {
+    CPD_LOG_ERROR("%p refused: listeners must not register %s", static_cast<void*>(notify),
+                  refusal);
     return 0;
   }
+  if (notify == nullptr) {
+    CPD_LOG_ERROR("null listener ignored");
+    return 0;
+  }
+  FlagScope registering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
   {
     std::lock_guard<std::mutex> lock(mNotifyMutex);
-    CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
-    if (notify == nullptr) {
-      CPD_LOG_ERROR("null listener ignored");
-      return 0;
-    }
     if (std::find(mNotifyList.begin(), mNotifyList.end(), notify) == mNotifyList.end()) {
       mNotifyList.push_back(notify);
     }
@@ -95,11 +124,12 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
 
 int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
-  if (tInsideListenerCall) {
-    CPD_LOG_ERROR("%p refused: listeners must not unregister from inside a callback",
-                  static_cast<void*>(notify));
+  if (const char* refusal = RegistrationRefusal()) {
+    CPD_LOG_ERROR("%p refused: listeners must not unregister %s", static_cast<void*>(notify),
+                  refusal);
     return 0;
   }
+  FlagScope unregistering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
   bool noneLeft = false;
   {
@@ -122,7 +152,7 @@ int32_t JoystickManager::Calibration(uint16_t /*index*/) {
 template <typename Call>
 void JoystickManager::ForEachListener(Call call) {
   std::lock_guard<std::mutex> lock(mNotifyMutex);
-  ListenerCallScope scope;
+  FlagScope inside(tInsideListenerCall);
   for (CpdJoystickNotify* listener : mNotifyList) {
     try {
       call(*listener);

@@ -17,6 +17,7 @@
 #include "cpd_joystick/joystick_api.h"
 #include "joystick_mapping/joystick_device.h"
 #include "joystick_mapping/joystick_list.h"
+#include "joystick_mapping/report_translation.h"
 
 namespace cpd {
 
@@ -59,42 +60,47 @@ class JoystickManager {
   // Waits up to `timeout` on the wake condition; returns early once a stop is requested.
   void WaitForWake(std::chrono::milliseconds timeout);
 
-  // State of one polling run: the poll counter and the last data-event bucket.
-  struct PollRun {
-    int32_t counter = 0;
-    int32_t lastEventBucket = 0;
-  };
-
-  // One controller's report of one poll, taken under the state lock.
-  struct JoystickReport {
+  // What one poll needs of a controller, copied under the state lock so that SDL is read and the
+  // host's log sink is called without it. Reused from poll to poll, so its list and name keep
+  // their capacity.
+  struct PollSnapshot {
     enum Kind { Missing, Unusable, Ignored, Ready } kind = Missing;
     SDL_Joystick* handle = nullptr;
     int32_t slotIndex = 0;
     std::string name;
-    XboxGamepad gamepad;
-    bool logState = false;
+    BindingSnapshot bindings{};
+    std::vector<InputId> inputs;
+    XboxGamepad lastGamepad;
+  };
+
+  // State of one polling run: the poll counter, the last data-event bucket, and scratch space
+  // that lives as long as the run.
+  struct PollRun {
+    int32_t counter = 0;
+    int32_t lastEventBucket = 0;
+    std::vector<int32_t> sdlIndexes;
+    PollSnapshot snapshot;
   };
 
   void process();
+  // Marks the calling thread as the polling thread, from which no registration may be made.
+  static void MarkPollingThread();
   void RunPollingPass();
   bool OpenJoysticks(const JoystickList& list);
   void PollUntilChange();
   void PollJoystick(int32_t sdlIndex, PollRun& run);
-  JoystickReport TranslateJoystick(int32_t sdlIndex, int32_t counter);
-  void LogState(const JoystickReport& report, PollRun& run);
+  void TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot);
+  void RecordLastGamepad(int32_t sdlIndex, SDL_Joystick* handle, const XboxGamepad& gamepad);
+  void LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad, PollRun& run);
   void CloseJoysticks();
   int32_t UpdateJoystickDevList();
   void BuildMappingList();
 
-  // What the layout policy needs to know about the controller in a slot.
-  struct ModelIdentity {
-    uint16_t vid = 0;
-    uint16_t pid = 0;
-    std::string name;
-  };
-  std::optional<ModelIdentity> ModelInSlot(uint16_t index);
-  // Installs the layout on the controller in slot `index`; ResetMapping's result.
-  int32_t ApplyMapping(uint16_t index, uint16_t mappingIndex);
+  // A copy of the controller record that holds slot `index`, taken in one locked section.
+  std::optional<JoystickDevice> DeviceInSlot(uint16_t index);
+  // Gives the controller in slot `index` the mapping built on `changed`, if that slot still holds
+  // the same model; false when it does not (the controller left or another one took the slot).
+  bool InstallMapping(uint16_t index, const JoystickDevice& changed);
 
   // Slot index to the device path that owns it; kept for the life of the process.
   std::map<int32_t, std::string> mSlotPaths;

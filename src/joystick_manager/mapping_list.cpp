@@ -23,21 +23,31 @@ void JoystickManager::BuildMappingList() {
 }
 
 std::list<_CpdJoystickMappingInfo> JoystickManager::GetMappingList() {
-  std::lock_guard<std::mutex> lock(mStateMutex);
-  CPD_LOG_DEBUG("size[%d]", static_cast<int>(mMappingList.size()));
-  return mMappingList;
+  std::list<_CpdJoystickMappingInfo> catalogue;
+  {
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    catalogue = mMappingList;
+  }
+  CPD_LOG_DEBUG("size[%d]", static_cast<int>(catalogue.size()));
+  return catalogue;
 }
 
+// The slot is looked up once; the layout is built on a copy of that record, outside the state
+// lock because installing a layout logs to the host's sink, and the result goes back only to the
+// same model in the same slot.
 int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
   CPD_LOG_DEBUG("index[%d] mappingIndex[%d]", index, mappingIndex);
   int32_t result = -1;
-  if (const std::optional<ModelIdentity> model = ModelInSlot(index)) {
+  if (std::optional<JoystickDevice> device = DeviceInSlot(index)) {
     // The choice is remembered for the model before the kind is checked, so an unknown kind is
     // stored too; readers ignore kinds they do not know.
     if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
-      policy->SetMappingIndex(model->vid, model->pid, mappingIndex, model->name);
+      policy->SetMappingIndex(device->vid, device->pid, mappingIndex, device->name);
     }
-    result = ApplyMapping(index, mappingIndex);
+    result = ResetMapping(*device, mappingIndex);
+    if (result >= 0 && !InstallMapping(index, *device)) {
+      result = -1;
+    }
   }
   if (result >= 0) {
     return 0;
@@ -46,35 +56,35 @@ int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
   return result;
 }
 
-std::optional<JoystickManager::ModelIdentity> JoystickManager::ModelInSlot(uint16_t index) {
+std::optional<JoystickDevice> JoystickManager::DeviceInSlot(uint16_t index) {
   std::lock_guard<std::mutex> lock(mStateMutex);
   for (const auto& entry : Joysticks) {
-    const JoystickDevice& device = entry.second;
-    if (device.slotIndex == static_cast<int32_t>(index)) {
-      return ModelIdentity{device.vid, device.pid, device.name};
+    if (entry.second.slotIndex == static_cast<int32_t>(index)) {
+      return entry.second;
     }
   }
   return std::nullopt;
 }
 
-int32_t JoystickManager::ApplyMapping(uint16_t index, uint16_t mappingIndex) {
+bool JoystickManager::InstallMapping(uint16_t index, const JoystickDevice& changed) {
   std::lock_guard<std::mutex> lock(mStateMutex);
   for (auto& entry : Joysticks) {
     JoystickDevice& device = entry.second;
     if (device.slotIndex != static_cast<int32_t>(index)) {
       continue;
     }
-    const int32_t result = ResetMapping(device, mappingIndex);
-    if (result >= 0) {
-      for (_CpdJoystickDeviceInfo& info : mDevList) {
-        if (info.index == index) {
-          info.mappingIndex = mappingIndex;
-        }
+    if (device.vid != changed.vid || device.pid != changed.pid) {
+      return false;
+    }
+    device.mapping = changed.mapping;
+    for (_CpdJoystickDeviceInfo& info : mDevList) {
+      if (info.index == index) {
+        info.mappingIndex = changed.mapping.mappingIndex;
       }
     }
-    return result;
+    return true;
   }
-  return -1;  // the controller left while its choice was being recorded
+  return false;
 }
 
 }  // namespace cpd

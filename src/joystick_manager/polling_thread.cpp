@@ -23,6 +23,9 @@ constexpr std::chrono::milliseconds REOPEN_PAUSE{500};
 constexpr int32_t AXIS_LOG_EVERY = 30;     // polls between logs of axis-only changes
 constexpr int32_t DATA_EVENT_EVERY = 500;  // polls per data event at most
 constexpr const char* PROCESS_ORIGIN = "cpd::JoystickManager::process";
+// The polling thread's steps are short functions, but hosts know every line of them as the
+// thread body's own.
+constexpr const char* PROCESS = "process";
 
 JoystickDataPacket PacketOf(int32_t slotIndex, int32_t counter, const XboxGamepad& gamepad) {
   JoystickDataPacket packet{};
@@ -55,6 +58,7 @@ int32_t NextCount(int32_t counter) {
 }  // namespace
 
 void JoystickManager::process() {
+  MarkPollingThread();
   CPD_LOG_DEBUG("joystick process enter\n");
   while (!mStop.load()) {
     try {
@@ -84,21 +88,25 @@ void JoystickManager::RunPollingPass() {
   }
   const JoystickList list = GetJoystickList();
   if (list.empty()) {
-    CPD_LOG_MUTED("SDL no joysticks");
+    CPD_LOG_MUTED_IN(PROCESS, "SDL no joysticks");
     UpdateJoystickDevList();
     WaitForWake(EMPTY_RETRY);
     return;  // SDL stays up on this path
   }
   if (!OpenJoysticks(list)) {
-    CPD_LOG_ERROR("SDL_JoystickOpen failed");
+    CPD_LOG_ERROR_IN(PROCESS, "SDL_JoystickOpen failed");
     CloseJoysticks();
     SDL_Quit();
     WaitForWake(OPEN_RETRY);
     return;
   }
-  UpdateJoystickDevList();
-  mPolling.exchange(true);
-  PollUntilChange();
+  // A stop that came during the open pass ends the run here: publishing what was opened so far
+  // would show the host a list that is about to vanish.
+  if (!mStop.load()) {
+    UpdateJoystickDevList();
+    mPolling.exchange(true);
+    PollUntilChange();
+  }
   CloseJoysticks();
   SDL_Quit();
   WaitForWake(REOPEN_PAUSE);
@@ -115,9 +123,12 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
         return false;
       }
       {
-        // Recorded at once, so the handle is closed with the others should the rest fail.
+        // Recorded at once, so the handle is closed with the others should the rest fail. Until
+        // the record is complete it holds no slot, so no layout change can land on it.
         std::lock_guard<std::mutex> lock(mStateMutex);
-        Joysticks[sdlIndex]._ptr = device._ptr;
+        JoystickDevice& opening = Joysticks[sdlIndex];
+        opening._ptr = device._ptr;
+        opening.slotIndex = -1;
       }
       device.path = path;
       device.slotIndex = UpdateJoyStickIndex(mSlotPaths, list, path);
@@ -128,14 +139,16 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
       Joysticks[sdlIndex] = device;
     }
     // Controllers beyond the fourth keep an empty record, so the map's size stays the SDL count.
+    // try_emplace adds that record on purpose.
     JoystickDevice entry;
     {
       std::lock_guard<std::mutex> lock(mStateMutex);
-      entry = Joysticks[sdlIndex];
+      entry = Joysticks.try_emplace(sdlIndex).first->second;
     }
-    CPD_LOG_DEBUG("joystickmap listsize[%d] index[%d]: name[%s] path[%s] vid[0x%x] pid[0x%x]",
-                  static_cast<int>(list.size()), entry.slotIndex, entry.name.c_str(),
-                  entry.path.c_str(), entry.vid, entry.pid);
+    CPD_LOG_DEBUG_IN(PROCESS,
+                     "joystickmap listsize[%d] index[%d]: name[%s] path[%s] vid[0x%x] pid[0x%x]",
+                     static_cast<int>(list.size()), entry.slotIndex, entry.name.c_str(),
+                     entry.path.c_str(), entry.vid, entry.pid);
   }
   return true;
 }
@@ -144,20 +157,20 @@ void JoystickManager::PollUntilChange() {
   PollRun run;
   while (mPolling.load() && !mStop.load()) {
     const auto attached = static_cast<int>(GetJoystickList().size());
-    std::vector<int32_t> sdlIndexes;
+    run.sdlIndexes.clear();
     {
       std::lock_guard<std::mutex> lock(mStateMutex);
       for (const auto& entry : Joysticks) {
-        sdlIndexes.push_back(entry.first);
+        run.sdlIndexes.push_back(entry.first);
       }
     }
-    if (attached != static_cast<int>(sdlIndexes.size())) {
-      CPD_LOG_DEBUG("SDL numJoysticks[%d] Joysticks.size()[%d]", attached,
-                    static_cast<int>(sdlIndexes.size()));
+    if (attached != static_cast<int>(run.sdlIndexes.size())) {
+      CPD_LOG_DEBUG_IN(PROCESS, "SDL numJoysticks[%d] Joysticks.size()[%d]", attached,
+                       static_cast<int>(run.sdlIndexes.size()));
       mPolling.exchange(false);
       break;
     }
-    for (const int32_t sdlIndex : sdlIndexes) {
+    for (const int32_t sdlIndex : run.sdlIndexes) {
       PollJoystick(sdlIndex, run);
     }
     run.counter = NextCount(run.counter);
@@ -165,70 +178,82 @@ void JoystickManager::PollUntilChange() {
   }
 }
 
-JoystickManager::JoystickReport JoystickManager::TranslateJoystick(int32_t sdlIndex,
-                                                                   int32_t counter) {
-  // Translation reads SDL's cached state only; holding the state lock keeps a host's layout
-  // change from rewriting the bindings halfway through one report.
+void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot) {
   std::lock_guard<std::mutex> lock(mStateMutex);
-  JoystickReport report;
+  snapshot.kind = PollSnapshot::Missing;
   const auto found = Joysticks.find(sdlIndex);
   if (found == Joysticks.end()) {
-    return report;
+    return;
   }
-  JoystickDevice& device = found->second;
-  report.handle = device._ptr;
-  report.slotIndex = device.slotIndex;
+  const JoystickDevice& device = found->second;
+  snapshot.handle = device._ptr;
+  snapshot.slotIndex = device.slotIndex;
   if (device._ptr == nullptr || device.slotIndex < 0) {
-    report.kind = JoystickReport::Unusable;
-    return report;
+    snapshot.kind = PollSnapshot::Unusable;
+    return;
   }
   if (device.vid == PEN_TABLET_VENDOR) {
-    report.kind = JoystickReport::Ignored;
-    return report;
+    snapshot.kind = PollSnapshot::Ignored;
+    return;
   }
-  std::vector<InputId> inputs;
-  GetMappedInputs(device.mapping.bindings, inputs);
-  GetXboxReportFromSDLmap(device, inputs, report.gamepad);
-  report.kind = JoystickReport::Ready;
-  report.name = device.name;
-  report.logState = ShouldLogState(device.lastGamepad, report.gamepad, counter);
-  device.lastGamepad = report.gamepad;
-  return report;
+  GetMappedInputs(device.mapping.bindings, snapshot.inputs);
+  snapshot.bindings = SnapshotOf(device.mapping.bindings);
+  snapshot.name.assign(device.name);
+  snapshot.lastGamepad = device.lastGamepad;
+  snapshot.kind = PollSnapshot::Ready;
+}
+
+// Only this thread writes the last state; the handle tells that the record is still the one the
+// state was read from.
+void JoystickManager::RecordLastGamepad(int32_t sdlIndex, SDL_Joystick* handle,
+                                        const XboxGamepad& gamepad) {
+  std::lock_guard<std::mutex> lock(mStateMutex);
+  const auto found = Joysticks.find(sdlIndex);
+  if (found != Joysticks.end() && found->second._ptr == handle) {
+    found->second.lastGamepad = gamepad;
+  }
 }
 
 void JoystickManager::PollJoystick(int32_t sdlIndex, PollRun& run) {
-  const JoystickReport report = TranslateJoystick(sdlIndex, run.counter);
-  if (report.kind == JoystickReport::Unusable) {
-    CPD_LOG_DEBUG("joystick %d: _ptr is null index[%d]", sdlIndex, report.slotIndex);
+  PollSnapshot& snapshot = run.snapshot;
+  TakePollSnapshot(sdlIndex, snapshot);
+  if (snapshot.kind == PollSnapshot::Unusable) {
+    CPD_LOG_DEBUG_IN(PROCESS, "joystick %d: _ptr is null index[%d]", sdlIndex, snapshot.slotIndex);
     return;
   }
-  if (report.kind != JoystickReport::Ready) {
+  if (snapshot.kind != PollSnapshot::Ready) {
     return;
   }
-  if (report.logState) {
-    LogState(report, run);
+  XboxGamepad gamepad;
+  GetXboxReportFromSnapshot(snapshot.handle, snapshot.bindings, snapshot.inputs, gamepad);
+  if (!(gamepad == snapshot.lastGamepad)) {
+    if (ShouldLogState(snapshot.lastGamepad, gamepad, run.counter)) {
+      LogState(snapshot, gamepad, run);
+    }
+    RecordLastGamepad(sdlIndex, snapshot.handle, gamepad);
   }
-  const JoystickDataPacket packet = PacketOf(report.slotIndex, run.counter, report.gamepad);
+  const JoystickDataPacket packet = PacketOf(snapshot.slotIndex, run.counter, gamepad);
   NotifyData(&packet, static_cast<int32_t>(sizeof packet));
-  if (SDL_JoystickGetAttached(report.handle) == SDL_FALSE) {
-    CPD_LOG_DEBUG("joystick[%s] detached", report.name.c_str());
-    NotifyEvent(EVENT_DEV_DETACHED, CPD_EVENT_RECORD(PROCESS_ORIGIN, report.name + " detached"));
+  if (SDL_JoystickGetAttached(snapshot.handle) == SDL_FALSE) {
+    CPD_LOG_DEBUG_IN(PROCESS, "joystick[%s] detached", snapshot.name.c_str());
+    NotifyEvent(EVENT_DEV_DETACHED, CPD_EVENT_RECORD(PROCESS_ORIGIN, snapshot.name + " detached"));
     mPolling.exchange(false);
   }
 }
 
-void JoystickManager::LogState(const JoystickReport& report, PollRun& run) {
-  const XboxGamepad& gamepad = report.gamepad;
+void JoystickManager::LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad,
+                               PollRun& run) {
   // One literal on one line: the log shows the message exactly as written here.
-  CPD_LOG_DEBUG(
+  CPD_LOG_DEBUG_IN(
+      PROCESS,
       "joystick[%d][%s] dwPacketNumber[%d] wButtons[%x] bLeftTrigger[%u] bRightTrigger[%u] sThumbLX[%hd] sThumbLY[%hd] sThumbRX[%hd] sThumbRY[%hd]\n",
-      report.slotIndex, report.name.c_str(), run.counter, gamepad.wButtons, gamepad.bLeftTrigger,
-      gamepad.bRightTrigger, gamepad.sThumbLX, gamepad.sThumbLY, gamepad.sThumbRX,
-      gamepad.sThumbRY);
+      snapshot.slotIndex, snapshot.name.c_str(), run.counter, gamepad.wButtons,
+      gamepad.bLeftTrigger, gamepad.bRightTrigger, gamepad.sThumbLX, gamepad.sThumbLY,
+      gamepad.sThumbRX, gamepad.sThumbRY);
   const int32_t bucket = run.counter / DATA_EVENT_EVERY;
   if (bucket != run.lastEventBucket) {
     NotifyEvent(EVENT_DEV_SEND_DATA,
-                CPD_EVENT_RECORD(PROCESS_ORIGIN, report.name + " has joystick data:" +
+                CPD_EVENT_RECORD(PROCESS_ORIGIN, snapshot.name + " has joystick data:" +
                                                      std::to_string(run.counter)));
     run.lastEventBucket = bucket;
   }

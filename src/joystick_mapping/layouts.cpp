@@ -55,6 +55,12 @@ constexpr std::array<MappingIndex, COLUMN_COUNT> COLUMN_KINDS = {
     MAPPING_LOGIC, MAPPING_PS,          MAPPING_ANDROID,
 };
 
+// The layout operation each column stands for: its binding lines carry that operation's name.
+constexpr std::array<const char*, COLUMN_COUNT> COLUMN_OPERATIONS = {
+    "setXboxSDLMapping",           "setSwitchSDLMapping",    "setSwitch2SDLMapping",
+    "setLogicRumblepadSDLMapping", "setDualSenseSDLMapping", "setAndroidSDLMapping",
+};
+
 struct LayoutRow {
   InputId control;
   std::array<LayoutCell, COLUMN_COUNT> cells;
@@ -131,6 +137,7 @@ void writeBindings(JoystickMapping& mapping, const std::vector<InputId>& control
 
 // The one install routine behind the six layout operations.
 void setSDLMapping(JoystickDevice& device, Column column) {
+  const char* operation = COLUMN_OPERATIONS[column];
   JoystickMapping& mapping = device.mapping;
   const std::vector<InputId> controls = WorkingList(mapping);
   writeBindings(mapping, controls, column);
@@ -144,13 +151,13 @@ void setSDLMapping(JoystickDevice& device, Column column) {
     // Triggers read from an axis are left out of the log; read as buttons they show as buttons.
     switch (found->second.type) {
       case InputType::DPAD:
-        CPD_LOG_DEBUG("HAT inputID[%d] index[%d]", id, index);
+        CPD_LOG_DEBUG_IN(operation, "HAT inputID[%d] index[%d]", id, index);
         break;
       case InputType::STICK:
-        CPD_LOG_DEBUG("STICK inputID[%d] index[%d]", id, index);
+        CPD_LOG_DEBUG_IN(operation, "STICK inputID[%d] index[%d]", id, index);
         break;
       case InputType::BUTTON:
-        CPD_LOG_DEBUG("BUTTON inputID[%d] index[%d]", id, index);
+        CPD_LOG_DEBUG_IN(operation, "BUTTON inputID[%d] index[%d]", id, index);
         break;
       default:
         break;

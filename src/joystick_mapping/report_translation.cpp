@@ -11,6 +11,9 @@ namespace cpd {
 
 namespace {
 
+// The translation's lines name the operation hosts know it by, whichever entry point ran it.
+constexpr const char* REPORT_ORIGIN = "GetXboxReportFromSDLmap";
+
 constexpr int32_t FULL_DEFLECTION = 32767;
 constexpr uint8_t TRIGGER_FULL = 255;
 // An axis bound to a digital control must be pushed past this, so a drifting stick or a resting
@@ -98,11 +101,7 @@ int ReadButton(SDL_Joystick* joystick, int32_t index) {
   return index < 0 ? 0 : SDL_JoystickGetButton(joystick, index);
 }
 
-// The bindings of one report, copied into a fixed array rather than a second map: a report must
-// come from one set of bindings even if the device's mapping is replaced meanwhile, and the
-// array gives that without a heap allocation per report. A control outside the 25 has no field
-// and no bit in the state, so it reads as unbound.
-using BindingSnapshot = std::array<InputBinding, INPUT_ID_COUNT>;
+}  // namespace
 
 BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings) {
   BindingSnapshot snapshot{};
@@ -115,11 +114,9 @@ BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings) {
   return snapshot;
 }
 
-}  // namespace
-
 void GetMappedInputs(const std::map<InputId, InputBinding>& bindings,
                      std::vector<InputId>& inputs) {
-  // One allocation at most for a fresh list, none for a reused one.
+  // A list reused from an earlier call keeps its capacity, so the poller allocates only once.
   inputs.clear();
   inputs.reserve(bindings.size());
   for (const auto& entry : bindings) {
@@ -131,10 +128,13 @@ void GetMappedInputs(const std::map<InputId, InputBinding>& bindings,
 
 void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<InputId>& inputs,
                              XboxGamepad& gamepad) {
+  GetXboxReportFromSnapshot(device._ptr, SnapshotOf(device.mapping.bindings), inputs, gamepad);
+}
+
+void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bindings,
+                               const std::vector<InputId>& inputs, XboxGamepad& gamepad) {
   gamepad = XboxGamepad{};
   SDL_JoystickUpdate();
-  const BindingSnapshot bindings = SnapshotOf(device.mapping.bindings);
-  SDL_Joystick* joystick = device._ptr;
   for (const InputId id : inputs) {
     const auto slot = static_cast<uint32_t>(id);
     const InputBinding binding = slot < INPUT_ID_COUNT ? bindings[slot] : InputBinding{};
@@ -142,8 +142,9 @@ void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<Inp
       case InputType::DPAD: {
         const int hat = ReadHat(joystick, binding.index);
         if (hat != 0) {
-          CPD_LOG_DEBUG("SDL_JoystickGetHat index[%d] buttonValue[%d] mapValue[%d]", binding.index,
-                        hat, binding.value);
+          CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
+                           "SDL_JoystickGetHat index[%d] buttonValue[%d] mapValue[%d]",
+                           binding.index, hat, binding.value);
         }
         WriteControl(gamepad, id, FromHat((binding.value & hat) != 0));
         break;
@@ -155,8 +156,9 @@ void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<Inp
       case InputType::BUTTON: {
         const int pressed = ReadButton(joystick, binding.index);
         if (pressed > 0) {
-          CPD_LOG_DEBUG("SDL_JoystickGetButton index[%d] buttonValue[%d] mapValue[%d]",
-                        binding.index, pressed, binding.value);
+          CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
+                           "SDL_JoystickGetButton index[%d] buttonValue[%d] mapValue[%d]",
+                           binding.index, pressed, binding.value);
         }
         WriteControl(gamepad, id, FromButton(pressed));
         break;

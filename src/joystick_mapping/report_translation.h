@@ -1,6 +1,7 @@
 // Turns one open controller's SDL state into the gamepad state, through its bindings.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -19,6 +20,17 @@ void GetMappedInputs(const std::map<InputId, InputBinding>& bindings, std::vecto
 // device.
 void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<InputId>& inputs,
                              XboxGamepad& gamepad);
+
+// The bindings of one report in a fixed array, indexed by control: one report is built from one
+// set of bindings even if the device's layout changes meanwhile, and taking the copy needs no
+// heap. A control outside the 25 has no field and no bit in the state, so it reads as unbound.
+using BindingSnapshot = std::array<InputBinding, INPUT_ID_COUNT>;
+BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings);
+
+// GetXboxReportFromSDLmap over bindings copied earlier, for callers that must not hold the
+// device record while SDL is read and the translation's lines are logged.
+void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bindings,
+                               const std::vector<InputId>& inputs, XboxGamepad& gamepad);
 
 // True when both are 0 or more, or both are below 0.
 bool sameSign(int32_t axisValue, int32_t bindingValue);

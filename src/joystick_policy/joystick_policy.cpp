@@ -81,12 +81,26 @@ JoystickPolicy::~JoystickPolicy() {
 int32_t JoystickPolicy::Init() {
   std::string stored = ReadStoredPolicy();
   CPD_LOG_DEBUG("mPolicyStr: %s", stored.c_str());
-  std::lock_guard<std::mutex> lock(mMutex);
-  if (!mStopped) {
+  std::string failure;
+  if (!StartWatcher(std::move(stored), failure)) {
     // The text in memory is the master once the watcher runs; reloading it would drop changes
     // the store has not taken yet.
     CPD_LOG_DEBUG("already started\n");
     return -1;
+  }
+  if (!failure.empty()) {
+    CPD_LOG_ERROR("cannot start the policy watcher: %s\n", failure.c_str());
+    return -1;
+  }
+  return 0;
+}
+
+// False when the watcher was already started. A watcher that cannot be started leaves `failure`
+// set; the document is loaded all the same, so lookups still answer.
+bool JoystickPolicy::StartWatcher(std::string stored, std::string& failure) {
+  std::lock_guard<std::mutex> lock(mMutex);
+  if (!mStopped) {
+    return false;
   }
   mPolicyStr = std::move(stored);
   mStopped = false;
@@ -100,11 +114,10 @@ int32_t JoystickPolicy::Init() {
       }
     });
   } catch (const std::exception& error) {
-    CPD_LOG_ERROR("cannot start the policy watcher: %s\n", error.what());
+    failure = error.what();
     mStopped = true;
-    return -1;
   }
-  return 0;
+  return true;
 }
 
 int32_t JoystickPolicy::GetMappingIndex(uint16_t vid, uint16_t pid) {
@@ -131,6 +144,7 @@ int32_t JoystickPolicy::ClearPolicy() {
   {
     std::lock_guard<std::mutex> lock(mMutex);
     mPolicyStr.clear();
+    ++mPolicyVersion;
     mPolicyChanged = true;
   }
   wakeWatcher();
@@ -138,12 +152,13 @@ int32_t JoystickPolicy::ClearPolicy() {
 }
 
 // The private helpers keep the signatures the rest of the system knows them by: key and text are
-// taken by value.
+// taken by value. Their lines are logged after mMutex is released, since the host's log sink may
+// call back into the library and ask for the policy.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t JoystickPolicy::getMappingIndexFromConfig(std::string vidpid) {
-  std::lock_guard<std::mutex> lock(mMutex);
   policy::LookupResult result;
   try {
+    std::lock_guard<std::mutex> lock(mMutex);
     result = policy::LookupMappingIndex(mPolicyStr, vidpid);
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("policy lookup failed: %s\n", error.what());
@@ -163,17 +178,18 @@ int32_t JoystickPolicy::setMappingIndexToConfig(std::string vidpid, uint16_t map
                                                 std::string describe) {
   CPD_LOG_DEBUG("setMappingIndexToConfig vidpid[%s] mappingIndex[%d]\n", vidpid.c_str(),
                 mappingIndex);
-  {
+  std::string updated;
+  try {
     std::lock_guard<std::mutex> lock(mMutex);
-    try {
-      mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
-    } catch (const std::exception& error) {
-      CPD_LOG_ERROR("policy update failed: %s\n", error.what());
-      return 0;
-    }
-    CPD_LOG_DEBUG("config mPolicyStr %s\n", mPolicyStr.c_str());
+    mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
+    updated = mPolicyStr;
+    ++mPolicyVersion;
     mPolicyChanged = true;
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("policy update failed: %s\n", error.what());
+    return 0;
   }
+  CPD_LOG_DEBUG("config mPolicyStr %s\n", updated.c_str());
   wakeWatcher();
   return 0;
 }
@@ -189,9 +205,7 @@ void JoystickPolicy::handlePolicyChangeThread() {
     takeWakeUp();
     if (mPolicyChanged) {
       try {
-        std::lock_guard<std::mutex> lock(mMutex);
-        CPD_LOG_DEBUG("config mPolicyStr  %s\n", mPolicyStr.c_str());
-        mPolicyChanged = !WriteStoredPolicy(mPolicyStr);
+        writePendingChange();
       } catch (const std::exception& error) {
         ReportWatcherFailure(error.what());
       }
@@ -204,6 +218,25 @@ void JoystickPolicy::handlePolicyChangeThread() {
     }
   }
   CPD_LOG_DEBUG("handlePolicyChangeThread exit\n");
+}
+
+// The store is called with a copy of the text and no lock held, so a store that is slow, or that
+// calls back into the library, holds up no one. The change counts as written only if nothing
+// changed the text meanwhile; otherwise the next pass writes the newer text.
+void JoystickPolicy::writePendingChange() {
+  std::string text;
+  uint64_t version = 0;
+  {
+    std::lock_guard<std::mutex> lock(mMutex);
+    text = mPolicyStr;
+    version = mPolicyVersion;
+  }
+  CPD_LOG_DEBUG_IN("handlePolicyChangeThread", "config mPolicyStr  %s\n", text.c_str());
+  const bool stored = WriteStoredPolicy(text);
+  std::lock_guard<std::mutex> lock(mMutex);
+  if (stored && version == mPolicyVersion) {
+    mPolicyChanged = false;
+  }
 }
 
 void JoystickPolicy::wakeWatcher() {

@@ -39,7 +39,9 @@ class JoystickPolicy {
  private:
   int32_t getMappingIndexFromConfig(std::string vidpid);
   int32_t setMappingIndexToConfig(std::string vidpid, uint16_t mappingIndex, std::string describe);
+  bool StartWatcher(std::string stored, std::string& failure);
   void handlePolicyChangeThread();
+  void writePendingChange();
   void wakeWatcher();
   void takeWakeUp();
   void waitForWakeUp();
@@ -50,6 +52,9 @@ class JoystickPolicy {
   std::unique_ptr<std::thread> mThread;
   std::atomic<bool> mStopped{true};
   std::atomic<bool> mPolicyChanged{false};
+  // Counts the changes to mPolicyStr, so the watcher knows whether the text it wrote is still the
+  // latest. Guarded by mMutex.
+  uint64_t mPolicyVersion = 0;
   std::condition_variable mCond;
   // Set under mWaitMutex by every wake-up and consumed by the watcher's wait, so a wake-up that
   // comes while the watcher is busy writing is not lost. Guarded by mWaitMutex.

@@ -79,8 +79,12 @@ std::string StyledText(const Json::Value& root) {
 std::string EditedText(const std::string& document, const std::string& vidpid,
                        uint16_t mappingIndex, const std::string& describe, bool keepComments) {
   Json::Value root;
-  const bool parsed = !document.empty() && ParseDocument(document, root, keepComments);
-  const bool searchable = parsed && root.isArray() && !root.empty();
+  if (!document.empty()) {
+    ParseDocument(document, root, keepComments);
+  }
+  // A document that parsed only partly is searched too: appending there would leave the model's
+  // older entry ahead of the new one, and lookups would go on answering with the old choice.
+  const bool searchable = root.isArray() && !root.empty();
   if (!searchable || !ChangeFirstEntry(root, vidpid, mappingIndex, describe)) {
     AppendEntry(root, vidpid, mappingIndex, describe);
   }

@@ -4,8 +4,14 @@
 // destructor is therefore registered after whatever the store and the log sink set up while the
 // document was read, and at exit or unload it runs before theirs: the watcher's last write and
 // last log line still find both alive.
+//
+// The first instance is loaded without any lock held: loading calls the host's secure store,
+// which may be slow and may itself call into the library. Other threads that ask meanwhile wait
+// for it; a call made from inside the store on the loading thread gets no policy store.
+#include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <thread>
 
 #include "common/log.h"
 #include "joystick_policy/joystick_policy.h"
@@ -13,10 +19,6 @@
 namespace cpd {
 
 namespace {
-
-// Both trivially destructible, so they stay usable by callers that come after the release.
-std::mutex gSlotMutex;
-bool gSlotReleased = false;
 
 std::shared_ptr<JoystickPolicy> StartedPolicy() {
   try {
@@ -29,10 +31,22 @@ std::shared_ptr<JoystickPolicy> StartedPolicy() {
   return nullptr;
 }
 
+// All trivially destructible, so they stay usable by callers that come after the release.
+std::mutex gSlotMutex;
+bool gSlotReleased = false;
+bool gLoading = false;
+std::thread::id gLoadingThread;
+
+// Never destroyed, for the same reason.
+std::condition_variable& LoadingDone() {
+  static auto* done = new std::condition_variable();
+  return *done;
+}
+
 struct InstanceSlot {
   std::shared_ptr<JoystickPolicy> instance;
 
-  InstanceSlot() : instance(StartedPolicy()) {}
+  explicit InstanceSlot(std::shared_ptr<JoystickPolicy> first) : instance(std::move(first)) {}
   InstanceSlot(const InstanceSlot&) = delete;
   InstanceSlot& operator=(const InstanceSlot&) = delete;
   InstanceSlot(InstanceSlot&&) = delete;
@@ -49,18 +63,50 @@ struct InstanceSlot {
   }
 };
 
+// Null until the first instance has been loaded. Guarded by gSlotMutex.
+InstanceSlot* gSlot = nullptr;
+
+void Publish(std::shared_ptr<JoystickPolicy> loaded) {
+  if (gSlot == nullptr) {
+    static InstanceSlot slot(std::move(loaded));
+    gSlot = &slot;
+  } else {
+    gSlot->instance = std::move(loaded);
+  }
+}
+
 }  // namespace
 
 std::shared_ptr<JoystickPolicy> JoystickPolicy::GetInstance() {
-  std::lock_guard<std::mutex> lock(gSlotMutex);
+  std::unique_lock<std::mutex> lock(gSlotMutex);
+  while (!gSlotReleased && gLoading && gLoadingThread != std::this_thread::get_id()) {
+    LoadingDone().wait(lock);
+  }
   if (gSlotReleased) {
     return nullptr;
   }
-  static InstanceSlot slot;
-  if (slot.instance == nullptr) {
-    slot.instance = StartedPolicy();
+  if (gSlot != nullptr && gSlot->instance != nullptr) {
+    return gSlot->instance;
   }
-  return slot.instance;
+  if (gLoading) {
+    lock.unlock();
+    CPD_LOG_ERROR("policy store asked for while it is being loaded on this thread\n");
+    return nullptr;
+  }
+  gLoading = true;
+  gLoadingThread = std::this_thread::get_id();
+  lock.unlock();
+  std::shared_ptr<JoystickPolicy> loaded = StartedPolicy();
+  lock.lock();
+  gLoading = false;
+  gLoadingThread = std::thread::id();
+  LoadingDone().notify_all();
+  if (gSlotReleased) {
+    lock.unlock();  // the store is going away already: this instance ends with the call
+    return nullptr;
+  }
+  Publish(std::move(loaded));
+  return gSlot->instance;
 }
 
 }  // namespace cpd
