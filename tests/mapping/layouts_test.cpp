@@ -129,4 +129,77 @@ TEST_F(Layouts, ControlsBeyondTheTwentyFiveInAGroupAreSkipped) {
   EXPECT_EQ(LogBodies().size(), 22U);
 }
 
+// Every line of an installation, in order, as typed from the layout tables, and the operation
+// whose name each line carries.
+struct LayoutLog {
+  const char* operation;
+  void (*install)(JoystickDevice&);
+  std::vector<std::string> lines;
+};
+
+std::vector<std::string> StickLines() {
+  return {Line("STICK", 17, 0), Line("STICK", 18, 1), Line("STICK", 19, 0), Line("STICK", 20, 1),
+          Line("STICK", 21, 2), Line("STICK", 22, 3), Line("STICK", 23, 2), Line("STICK", 24, 3)};
+}
+
+std::vector<std::string> Concat(std::vector<std::string> first,
+                                const std::vector<std::string>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+std::vector<LayoutLog> AllLayoutLogs() {
+  const std::vector<std::string> dpadAsButtons = {Line("BUTTON", 0, 11), Line("BUTTON", 1, 12),
+                                                  Line("BUTTON", 2, 13), Line("BUTTON", 3, 14)};
+  const std::vector<std::string> dpadOnHat = {Line("HAT", 0, 0), Line("HAT", 1, 0),
+                                              Line("HAT", 2, 0), Line("HAT", 3, 0)};
+  const std::vector<std::string> psShouldersAndThumbs = {
+      Line("BUTTON", 8, 9), Line("BUTTON", 9, 10), Line("BUTTON", 6, 7), Line("BUTTON", 7, 8)};
+  const std::vector<std::string> psFaceBackStart = {Line("BUTTON", 11, 0), Line("BUTTON", 12, 1),
+                                                    Line("BUTTON", 13, 2), Line("BUTTON", 14, 3),
+                                                    Line("BUTTON", 5, 4),  Line("BUTTON", 4, 6)};
+  return {
+      {"setXboxSDLMapping", &cpd::setXboxSDLMapping,
+       Concat(Concat(Concat(StickLines(), {Line("BUTTON", 8, 4), Line("BUTTON", 9, 5),
+                                           Line("BUTTON", 6, 8), Line("BUTTON", 7, 9)}),
+                     dpadOnHat),
+              {Line("BUTTON", 11, 0), Line("BUTTON", 12, 1), Line("BUTTON", 13, 2),
+               Line("BUTTON", 14, 3), Line("BUTTON", 5, 6), Line("BUTTON", 4, 7)})},
+      {"setSwitchSDLMapping", &cpd::setSwitchSDLMapping,
+       Concat(Concat(Concat(StickLines(), psShouldersAndThumbs), dpadAsButtons),
+              {Line("BUTTON", 11, 1), Line("BUTTON", 12, 0), Line("BUTTON", 13, 3),
+               Line("BUTTON", 14, 2), Line("BUTTON", 5, 4), Line("BUTTON", 4, 6)})},
+      {"setSwitch2SDLMapping", &cpd::setSwitch2SDLMapping,
+       Concat(Concat(Concat(StickLines(), psShouldersAndThumbs), dpadAsButtons), psFaceBackStart)},
+      {"setDualSenseSDLMapping", &cpd::setDualSenseSDLMapping,
+       Concat(Concat(Concat(StickLines(), psShouldersAndThumbs), dpadAsButtons), psFaceBackStart)},
+      {"setLogicRumblepadSDLMapping", &cpd::setLogicRumblepadSDLMapping,
+       Concat(Concat(Concat(StickLines(),
+                            {Line("BUTTON", 8, 4), Line("BUTTON", 9, 5), Line("BUTTON", 15, 6),
+                             Line("BUTTON", 16, 7), Line("BUTTON", 6, 10), Line("BUTTON", 7, 11)}),
+                     dpadOnHat),
+              {Line("BUTTON", 11, 1), Line("BUTTON", 12, 2), Line("BUTTON", 13, 0),
+               Line("BUTTON", 14, 3), Line("BUTTON", 5, 8), Line("BUTTON", 4, 9)})},
+      {"setAndroidSDLMapping", &cpd::setAndroidSDLMapping,
+       Concat(Concat(Concat(StickLines(), {Line("BUTTON", 8, 6), Line("BUTTON", 9, 7),
+                                           Line("BUTTON", 6, 13), Line("BUTTON", 7, 14)}),
+                     dpadOnHat),
+              {Line("BUTTON", 11, 0), Line("BUTTON", 12, 1), Line("BUTTON", 13, 3),
+               Line("BUTTON", 14, 4), Line("BUTTON", 5, 10), Line("BUTTON", 4, 11)})},
+  };
+}
+
+TEST_F(Layouts, EachLayoutLogsItsWholeSequenceUnderItsOwnOperationName) {
+  for (const LayoutLog& layout : AllLayoutLogs()) {
+    SCOPED_TRACE(layout.operation);
+    cpd::test::ClearLogs();
+    JoystickDevice device;
+    layout.install(device);
+    EXPECT_EQ(LogBodies(), layout.lines);
+    for (const cpd::test::LogLine& line : cpd::test::CapturedLogs()) {
+      EXPECT_EQ(line.function, layout.operation) << line.body;
+    }
+  }
+}
+
 }  // namespace

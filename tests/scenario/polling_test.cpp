@@ -149,25 +149,6 @@ TEST_F(Polling, LoggedChangeInANewBucketOfFiveHundredPollsSendsTheDataEvent) {
   EXPECT_LT(counter, 1000);
 }
 
-// Unplugs the pad inside the update that a report makes, that is after the poll's count check
-// (whose enumeration ends with SDL_JoystickPathForIndex) and before its attachment test.
-struct DetachDuringReport {
-  int pad = -1;
-  std::atomic<bool> done{false};
-};
-
-void UnplugInReportUpdate(void* context, uint64_t /*update*/) {
-  auto* state = static_cast<DetachDuringReport*>(context);
-  const std::vector<sim_call> calls = sim::Journal();
-  if (calls.size() < 2 || state->done.load()) {
-    return;
-  }
-  if (std::strcmp(calls[calls.size() - 2].function, "SDL_JoystickPathForIndex") == 0) {
-    state->done = true;
-    sim_unplug(state->pad);
-  }
-}
-
 TEST_F(Polling, ControllerDetachedDuringAPollIsReportedByName) {
   DetachDuringReport detach;
   detach.pad = Plug(XBOX_PAD, "/dev/input/event20");

@@ -17,6 +17,18 @@ int Plug(const PadModel& model, const std::string& path) {
                   model.hats);
 }
 
+void UnplugInReportUpdate(void* context, uint64_t /*update*/) {
+  auto* state = static_cast<DetachDuringReport*>(context);
+  const std::vector<sim_call> calls = sim::Journal();
+  if (calls.size() < 2 || state->done.load()) {
+    return;
+  }
+  if (std::strcmp(calls[calls.size() - 2].function, "SDL_JoystickPathForIndex") == 0) {
+    state->done = true;
+    sim_unplug(state->pad);
+  }
+}
+
 void Scenario::SetUp() {
   sim_reset();
   ResetStore();

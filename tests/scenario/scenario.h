@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -33,6 +34,16 @@ extern const PadModel GENERIC_PAD;
 extern const PadModel PEN_TABLET;
 
 int Plug(const PadModel& model, const std::string& path);
+
+// Unplugs `pad` inside the update that a report makes, that is after the poll's count check
+// (whose enumeration ends with SDL_JoystickPathForIndex) and before its attachment test, so the
+// poll sees the controller detach instead of the count change. Install with
+// sim_set_update_hook(&UnplugInReportUpdate, &state).
+struct DetachDuringReport {
+  int pad = -1;
+  std::atomic<bool> done{false};
+};
+void UnplugInReportUpdate(void* context, uint64_t update);
 
 class Scenario : public ::testing::Test {
  protected:
