@@ -1,6 +1,7 @@
 #include "log_capture.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
@@ -16,6 +17,7 @@ namespace {
 std::mutex gLogMutex;
 std::condition_variable gLogAdded;
 std::vector<LogLine> gLogs;
+std::atomic<LogHook> gLogHook{nullptr};
 
 __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
   va_list measure;
@@ -36,6 +38,10 @@ __attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_
 std::vector<LogLine> CapturedLogs() {
   std::lock_guard<std::mutex> lock(gLogMutex);
   return gLogs;
+}
+
+void SetLogHook(LogHook hook) {
+  gLogHook = hook;
 }
 
 void ClearLogs() {
@@ -112,7 +118,13 @@ extern "C" void quvaniLogPrint(int reserved, int level, const char* tag, const c
   }
   va_end(arguments);
 
-  std::lock_guard<std::mutex> lock(cpd::test::gLogMutex);
-  cpd::test::gLogs.push_back(std::move(line));
-  cpd::test::gLogAdded.notify_all();
+  const cpd::test::LogHook hook = cpd::test::gLogHook;
+  {
+    std::lock_guard<std::mutex> lock(cpd::test::gLogMutex);
+    cpd::test::gLogs.push_back(line);
+    cpd::test::gLogAdded.notify_all();
+  }
+  if (hook != nullptr) {
+    hook(line);
+  }
 }

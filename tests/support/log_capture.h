@@ -22,6 +22,12 @@ struct LogLine {
 };
 
 std::vector<LogLine> CapturedLogs();
+
+// Called with every captured line, on the thread that logged it and after the line is recorded,
+// as a host's sink that does more than print would be. Null removes it. The hook must not rely on
+// anything that ends before the library's threads do.
+using LogHook = void (*)(const LogLine& line);
+void SetLogHook(LogHook hook);
 void ClearLogs();
 
 // The formatted bodies of the captured lines, in order.

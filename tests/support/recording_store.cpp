@@ -1,6 +1,7 @@
 #include "recording_store.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <random>
@@ -24,12 +25,25 @@ struct StoreState {
   std::vector<StoreCall> calls;
 };
 
+std::atomic<StoreHook> gStoreHook{nullptr};
+
+void RunStoreHook(const std::string& operation) {
+  const StoreHook hook = gStoreHook;
+  if (hook != nullptr) {
+    hook(operation);
+  }
+}
+
 StoreState& State() {
   static StoreState state;
   return state;
 }
 
 }  // namespace
+
+void SetStoreHook(StoreHook hook) {
+  gStoreHook = hook;
+}
 
 void SetStoreAvailable(bool available) {
   std::lock_guard<std::mutex> lock(State().mutex);
@@ -87,6 +101,7 @@ bool WaitForStoreCalls(const std::string& operation, size_t count,
 }
 
 void ResetStore() {
+  gStoreHook = nullptr;
   std::lock_guard<std::mutex> lock(State().mutex);
   State().available = true;
   State().refusing = false;
@@ -107,6 +122,7 @@ SDConfig* SDConfig::GetInstance() {
 }
 
 std::string SDConfig::GetSecure(const std::string& key) {
+  cpd::test::RunStoreHook("GetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   const auto found = state.values.find(key);
@@ -121,6 +137,7 @@ std::string SDConfig::GetSecure(const std::string& key) {
 }
 
 bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
+  cpd::test::RunStoreHook("SetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   bool accepted = !state.refusing && !state.throwing;

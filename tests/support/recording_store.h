@@ -29,6 +29,11 @@ void SetStoreRefusalRate(double rate, unsigned seed);
 // throwing; nothing is stored.
 void SetStoreThrowing(bool throwing);
 
+// Called at the start of every GetSecure and SetSecure with the operation's name, before the
+// store does anything, as a store that calls back into the library would. Null removes it.
+using StoreHook = void (*)(const std::string& operation);
+void SetStoreHook(StoreHook hook);
+
 void SetStoredValue(const std::string& key, const std::string& value);
 std::string StoredValue(const std::string& key);
 std::vector<StoreCall> StoreCalls();
