@@ -127,6 +127,83 @@ TEST_F(PolicyStore, FirstGetInstanceFromManyThreadsAtOnceCreatesOneInstance) {
   EXPECT_EQ(CountLogBody(WATCHER_ENTER), 1U);
 }
 
+// A store that asks for the policy store from inside its own GetSecure, on the thread that is
+// loading it, gets none instead of waiting for itself.
+std::atomic<int> gNestedAsks{0};
+std::atomic<int> gNestedAnswers{0};
+
+void AskForThePolicyFromInsideTheStore(const std::string& operation) {
+  if (operation == "GetSecure") {
+    ++gNestedAsks;
+    if (JoystickPolicy::GetInstance() != nullptr) {
+      ++gNestedAnswers;
+    }
+  }
+}
+
+TEST_F(PolicyStore, StoreThatAsksForThePolicyWhileLoadingItGetsNoneInsteadOfADeadlock) {
+  cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
+  cpd::test::SetStoreHook(&AskForThePolicyFromInsideTheStore);
+  const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance();
+  cpd::test::SetStoreHook(nullptr);
+  ASSERT_NE(policy, nullptr);
+  EXPECT_EQ(gNestedAsks.load(), 1);
+  EXPECT_EQ(gNestedAnswers.load(), 0);
+  EXPECT_EQ(
+      CountLogBody(ErrorBody("policy store asked for while it is being loaded on this thread\\n")),
+      1U);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(JoystickPolicy::GetInstance(), policy);
+}
+
+// Other threads that ask while a slow store loads wait for that one instance.
+std::atomic<bool> gSlowLoadStarted{false};
+
+void SlowGetSecure(const std::string& operation) {
+  if (operation == "GetSecure") {
+    gSlowLoadStarted = true;
+    std::this_thread::sleep_for(milliseconds(300));
+  }
+}
+
+TEST_F(PolicyStore, ThreadsThatAskWhileASlowStoreLoadsGetTheSameInstance) {
+  cpd::test::SetStoreHook(&SlowGetSecure);
+  std::shared_ptr<JoystickPolicy> first;
+  std::thread loader([&first] { first = JoystickPolicy::GetInstance(); });
+  while (!gSlowLoadStarted.load()) {
+    std::this_thread::yield();
+  }
+  const std::shared_ptr<JoystickPolicy> second = JoystickPolicy::GetInstance();
+  loader.join();
+  cpd::test::SetStoreHook(nullptr);
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
+}
+
+// A store that writes a choice from inside its own SetSecure (as a store that notifies its
+// settings page might) is not waited on by the watcher's document lock.
+std::atomic<JoystickPolicy*> gReentrantPolicy{nullptr};
+std::atomic<int> gReentrantWrites{0};
+
+void ChooseFromInsideSetSecure(const std::string& operation) {
+  JoystickPolicy* policy = gReentrantPolicy.load();
+  if (operation == "SetSecure" && policy != nullptr && gReentrantWrites.fetch_add(1) == 0) {
+    policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  }
+}
+
+TEST_F(PolicyStore, ChoiceMadeFromInsideSetSecureIsWrittenByTheNextPass) {
+  auto policy = Started();
+  gReentrantPolicy = policy.get();
+  cpd::test::SetStoreHook(&ChooseFromInsideSetSecure);
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 2));
+  cpd::test::SetStoreHook(nullptr);
+  gReentrantPolicy = nullptr;
+  EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
+}
+
 TEST_F(PolicyStore, VendorZeroLookupIsRefusedWithoutReadingTheDocument) {
   cpd::test::SetStoredValue(KEY, R"([{"vidpid":"0000:028e","mapping":3}])");
   auto policy = Started();
@@ -296,7 +373,9 @@ TEST_F(PolicyStore, RefusedChangeIsRetriedAboutOnceASecondUntilTaken) {
   const std::vector<StoreCall> refused = SetSecureCalls();
   for (size_t i = 1; i < refused.size(); ++i) {
     EXPECT_FALSE(refused[i].accepted);
+    // About once a second: never a busy loop, never a long stall.
     EXPECT_GE(refused[i].time - refused[i - 1].time, milliseconds(500));
+    EXPECT_LE(refused[i].time - refused[i - 1].time, milliseconds(2000));
   }
   EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
   EXPECT_GE(CountLogBody(WatcherWriteBody(ONE_XBOX_ENTRY)), 3U);

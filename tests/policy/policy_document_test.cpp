@@ -278,6 +278,21 @@ TEST(PolicyUpdate, NestingBeyondWhatTheReaderFollowsIsReplaced) {
   EXPECT_EQ(UpdateMappingIndex(deep, XBOX, 6, "Xbox Controller"), ONE_XBOX_ENTRY);
 }
 
+// A document that parses only partly still holds the model's older entry: the new choice goes
+// there, so lookups answer with it rather than with the old one.
+TEST(PolicyUpdate, PartlyParsedDocumentAnswersWithTheLatestChoice) {
+  for (const char* document :
+       {R"([{"vidpid":"054c:0ce6","mapping":1}, {"vidpid":"045e:028e","mapping":6}, oops)",
+        R"([{"vidpid":"054c:0ce6","mapping":1}, {"vidpid":"045e:028e","mapping":-}, oops)"}) {
+    SCOPED_TRACE(document);
+    const std::string updated = UpdateMappingIndex(document, XBOX, 2, "Xbox Controller");
+    EXPECT_EQ(LookupMappingIndex(updated, XBOX).mappingIndex, 2);
+    EXPECT_EQ(LookupMappingIndex(updated, "054c:0ce6").mappingIndex, 1);
+    EXPECT_EQ(updated.find("\"vidpid\" : \"045e:028e\""),
+              updated.rfind("\"vidpid\" : \"045e:028e\""));
+  }
+}
+
 TEST(PolicyUpdate, IndexOutsideTheMappingKindsIsStoredUnchanged) {
   const std::string expected = R"([
    {

@@ -1,0 +1,145 @@
+// What a host sees while controllers are being opened: a record that is not complete yet answers
+// to no slot, a layout choice lands on the model it was made for, and a stop in the middle of the
+// open pass publishes nothing.
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+#include "scenario.h"
+
+namespace cpd::test {
+namespace {
+
+using namespace std::chrono_literals;
+using OpenPass = Scenario;
+
+struct Choice {
+  uint16_t kind;
+  int32_t result;
+};
+
+// One SetMapping call's own lines, as the calling thread logged them.
+struct CallLines {
+  Choice choice;
+  std::vector<std::string> bodies;
+};
+
+// The start of a debug line's body whose message starts with `text`.
+std::string DebugPrefix(const std::string& text) {
+  return "\"Debug:\" \"" + text;
+}
+
+// Splits the calling thread's lines into one group per SetMapping call: each call's first line
+// is its "index[..] mappingIndex[..]" line.
+std::vector<std::vector<std::string>> LinesPerCall(const std::vector<std::string>& bodies) {
+  std::vector<std::vector<std::string>> calls;
+  for (const std::string& body : bodies) {
+    if (body.rfind(DebugPrefix("index[0] mappingIndex["), 0) == 0) {
+      calls.emplace_back();
+    }
+    if (!calls.empty()) {
+      calls.back().push_back(body);
+    }
+  }
+  return calls;
+}
+
+bool Contains(const std::vector<std::string>& bodies, const std::string& wanted) {
+  return std::find(bodies.begin(), bodies.end(), wanted) != bodies.end();
+}
+
+TEST_F(OpenPass, AChoiceThatSucceededDuringHotPlugIsStoredForTheModelInTheSlot) {
+  int pad = Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+
+  std::atomic<bool> stop{false};
+  std::vector<Choice> choices;
+  std::vector<std::string> clientLines;
+  std::thread client([&] {
+    uint16_t kind = 1;
+    while (!stop.load()) {
+      choices.push_back({kind, JoysticAPI_SetMapping(0, kind)});
+      kind = static_cast<uint16_t>(kind % 6 + 1);
+      std::this_thread::sleep_for(2ms);
+    }
+    clientLines = LogBodiesOfThisThread();
+  });
+  // Each replug restarts the run: the slot is empty while the pad is opened again.
+  for (int replug = 0; replug < 4; ++replug) {
+    const size_t updates = listener.DevListUpdateCount();
+    sim_unplug(pad);
+    pad = Plug(XBOX_PAD, "/dev/input/event20");
+    ASSERT_TRUE(listener.WaitFor(
+        [&] {
+          return listener.DevListUpdateCount() > updates && JoysticAPI_GetDevList().size() == 1;
+        },
+        15s));
+  }
+  stop = true;
+  client.join();
+
+  const std::vector<std::vector<std::string>> calls = LinesPerCall(clientLines);
+  ASSERT_EQ(calls.size(), choices.size());
+  size_t succeeded = 0;
+  for (size_t call = 0; call < calls.size(); ++call) {
+    if (choices[call].result != 0) {
+      EXPECT_TRUE(Contains(calls[call],
+                           ErrorBody("index[0] mappingIndex[" + std::to_string(choices[call].kind) +
+                                     "] setmapping failed")));
+      continue;
+    }
+    ++succeeded;
+    // Recorded for the pad's own model, never for an unfinished record's vendor 0.
+    const std::string name = "xbox wireless controller";
+    EXPECT_TRUE(Contains(calls[call],
+                         DebugBody("SetMappingIndex 045e:0b13 mappingIndex[" +
+                                   std::to_string(choices[call].kind) + "] name[" + name + "]\\n")))
+        << "call " << call;
+  }
+  EXPECT_GT(succeeded, 0U);
+  // The last successful choice is what the pad has now and what is stored for its model.
+  const auto last = std::find_if(choices.rbegin(), choices.rend(),
+                                 [](const Choice& choice) { return choice.result == 0; });
+  ASSERT_NE(last, choices.rend());
+  const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
+  ASSERT_EQ(devices.size(), 1U);
+  EXPECT_EQ(devices.front().mappingIndex, last->kind);
+  ASSERT_TRUE(listener.WaitFor(
+      [&] {
+        return StoredValue("joystickPolicyList")
+                   .find("\"mapping\" : " + std::to_string(last->kind)) != std::string::npos;
+      },
+      10s));
+}
+
+// Unregisters the fixture's listener once the first of two pads has been sampled, that is while
+// the open pass is in the middle of the second one.
+std::atomic<TestListener*> gStopTarget{nullptr};
+std::atomic<bool> gStopRequested{false};
+
+void StopAfterFirstBaseline(const LogLine& line) {
+  if (line.body.rfind(DebugPrefix("numAxes["), 0) == 0 && !gStopRequested.exchange(true)) {
+    // Not on the polling thread: the stop must come from the host, as it would.
+    std::thread([] { JoysticAPI_UnregsisterNotify(gStopTarget.load()); }).detach();
+  }
+}
+
+TEST_F(OpenPass, AStopDuringTheOpenPassPublishesNoPartialList) {
+  Plug(XBOX_PAD, "/dev/input/event20");
+  Plug(DUALSENSE_PAD, "/dev/input/event21");
+  gStopTarget = &listener;
+  SetLogHook(&StopAfterFirstBaseline);
+  JoysticAPI_RegsisterNotify(&listener);
+  ASSERT_TRUE(WaitForLog(DebugBody("joystick exit\\n")));
+  SetLogHook(nullptr);
+  EXPECT_TRUE(JoysticAPI_GetDevList().empty());
+  // The next registration starts a clean run that lists both.
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  EXPECT_EQ(JoysticAPI_GetDevList().size(), 2U);
+}
+
+}  // namespace
+}  // namespace cpd::test
