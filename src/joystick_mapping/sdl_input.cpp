@@ -17,7 +17,9 @@ std::string TextOrEmpty(const char* text) { return text != nullptr ? text : ""; 
 }  // namespace
 
 int32_t InitJoystickInput() {
-  // SDL then watches for hot-plugs and reads raw input on a thread of its own.
+  // SDL then watches for hot-plugs and reads raw input on a thread of its own. The polling thread
+  // sets the same hint just before calling here; both stay, since callers of this function
+  // outside the polling thread rely on it setting the hint itself.
   SDL_SetHint(SDL_HINT_JOYSTICK_THREAD, "1");
   if (SDL_WasInit(SDL_INIT_JOYSTICK) != 0) {
     CPD_LOG_MUTED("SDL_WasInit");

@@ -4,8 +4,9 @@
 
 namespace cpd {
 
-// `list` and `path` are taken by value: the caller hands over copies of its enumeration and of
-// the device's path.
+// `list` and `path` are taken by value, as this function has always been declared: callers hand
+// over copies of their enumeration and of the device's path, and the signature is kept so that
+// they keep building unchanged.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t UpdateJoyStickIndex(std::map<int32_t, std::string>& slotPaths, JoystickList list,
                             std::string path) {
