@@ -37,6 +37,12 @@ struct _CpdJoystickMappingInfo {  // NOLINT(bugprone-reserved-identifier): the h
 
 // The 17 bytes handed to OnJoystickData. Bytes 1..16 are laid out like XInput's XINPUT_STATE,
 // so dwPacketNumber is unaligned: copy it out byte-wise.
+//
+// dwPacketNumber counts the packets sent for this controller since its polling run began (every
+// hot-plug starts a new run at 0), one more per packet, so a gap means a lost packet. With the
+// default 30 ms poll interval a packet goes out on every poll, and the number is also the poll
+// count; with a shorter interval (JoysticAPI_SetPollInterval) a packet goes out as soon as the
+// state changes and at least every 30 ms otherwise.
 #pragma pack(push, 1)
 struct JoystickDataPacket {
   uint8_t slot;
@@ -91,3 +97,12 @@ CPD_JOYSTICK_API int32_t JoysticAPI_SetMapping(uint16_t index, uint16_t mappingI
 
 // Accepted for compatibility; does nothing and returns 0.
 CPD_JOYSTICK_API int32_t JoysticAPI_Calibration(uint16_t index);
+
+// Sets the poll interval in milliseconds, 1 to 30; 30 is the default. Below 30, a controller's
+// packet is sent as soon as its state changes and at least every 30 ms otherwise, so an idle pad
+// still sends about 33 packets a second and a change reaches listeners within about one
+// interval; log lines and events keep their default rate. Takes effect at the next poll, from any
+// thread, before or after the first registration. Returns 0, or -1 (with an error line, nothing
+// changed) for a value outside 1 to 30 or a call made from inside a listener callback.
+// The environment variable CPD_JOYSTICK_POLL_MS sets the interval the process starts with.
+CPD_JOYSTICK_API int32_t JoysticAPI_SetPollInterval(uint16_t milliseconds);

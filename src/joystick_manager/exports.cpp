@@ -55,3 +55,9 @@ int32_t JoysticAPI_Calibration(uint16_t index) {
   return CallManager(__func__, 0,
                      [&](cpd::JoystickManager& manager) { return manager.Calibration(index); });
 }
+
+int32_t JoysticAPI_SetPollInterval(uint16_t milliseconds) {
+  return CallManager(__func__, -1, [&](cpd::JoystickManager& manager) {
+    return manager.SetPollInterval(milliseconds);
+  });
+}

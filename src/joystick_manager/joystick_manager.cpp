@@ -1,6 +1,7 @@
 #include "joystick_manager/joystick_manager.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 
 #include "common/log.h"
@@ -49,18 +50,52 @@ const char* RegistrationRefusal() {
   return nullptr;
 }
 
+// The interval a process starts with, from CPD_JOYSTICK_POLL_MS when that holds 1..30.
+struct StartingInterval {
+  uint16_t milliseconds = DEFAULT_POLL_INTERVAL_MS;
+  const char* rejected = nullptr;  // the variable's text when it was not a usable interval
+};
+
+StartingInterval ReadStartingInterval() {
+  StartingInterval starting;
+  const char* text = std::getenv("CPD_JOYSTICK_POLL_MS");
+  if (text == nullptr) {
+    return starting;
+  }
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || value < MIN_POLL_INTERVAL_MS ||
+      value > DEFAULT_POLL_INTERVAL_MS) {
+    starting.rejected = text;
+  } else {
+    starting.milliseconds = static_cast<uint16_t>(value);
+  }
+  return starting;
+}
+
 }  // namespace
+
+JoystickManager::JoystickManager() : mPollIntervalMs(ReadStartingInterval().milliseconds) {}
 
 JoystickManager* JoystickManager::GetInstance() {
   JoystickManager* instance = gInstance.load(std::memory_order_acquire);
   if (instance != nullptr) {
     return instance;
   }
-  std::lock_guard<std::mutex> lock(gInstanceMutex);
-  instance = gInstance.load(std::memory_order_relaxed);
-  if (instance == nullptr) {
-    instance = new JoystickManager();  // never destroyed: hosts may call in until the very end
-    gInstance.store(instance, std::memory_order_release);
+  bool created = false;
+  {
+    std::lock_guard<std::mutex> lock(gInstanceMutex);
+    instance = gInstance.load(std::memory_order_relaxed);
+    if (instance == nullptr) {
+      instance = new JoystickManager();  // never destroyed: hosts may call in until the very end
+      gInstance.store(instance, std::memory_order_release);
+      created = true;
+    }
+  }
+  if (created) {
+    if (const char* rejected = ReadStartingInterval().rejected) {
+      CPD_LOG_ERROR("CPD_JOYSTICK_POLL_MS=%s ignored: the poll interval is 1 to 30 ms", rejected);
+    }
   }
   return instance;
 }
@@ -140,6 +175,21 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   if (noneLeft) {
     Stop();
   }
+  return 0;
+}
+
+int32_t JoystickManager::SetPollInterval(uint16_t milliseconds) {
+  if (const char* refusal = RegistrationRefusal()) {
+    CPD_LOG_ERROR("interval[%d] refused: the poll interval must not be set %s", milliseconds,
+                  refusal);
+    return -1;
+  }
+  if (milliseconds < MIN_POLL_INTERVAL_MS || milliseconds > DEFAULT_POLL_INTERVAL_MS) {
+    CPD_LOG_ERROR("interval[%d] refused: the poll interval is 1 to 30 ms", milliseconds);
+    return -1;
+  }
+  CPD_LOG_DEBUG("interval[%d]", milliseconds);
+  mPollIntervalMs = milliseconds;
   return 0;
 }
 

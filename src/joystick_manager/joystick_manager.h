@@ -24,6 +24,10 @@ namespace cpd {
 // Pen tablets enumerate as joysticks; they are opened but never polled or listed.
 inline constexpr uint16_t PEN_TABLET_VENDOR = 0x056A;
 
+// The poll interval: 30 ms unless the host asks for a shorter one.
+inline constexpr uint16_t DEFAULT_POLL_INTERVAL_MS = 30;
+inline constexpr uint16_t MIN_POLL_INTERVAL_MS = 1;
+
 class JoystickManager {
  public:
   // The process-wide instance, created on first use and never destroyed.
@@ -39,6 +43,8 @@ class JoystickManager {
   std::list<_CpdJoystickMappingInfo> GetMappingList();
   int32_t SetMapping(uint16_t index, uint16_t mappingIndex);
   int32_t Calibration(uint16_t index);
+  // 0, or -1 with an error line for a value outside 1..30 or a call from inside a listener.
+  int32_t SetPollInterval(uint16_t milliseconds);
 
   // Fan-out to every listener in registration order, under the listener lock.
   void NotifyData(const JoystickDataPacket* data, int32_t length);
@@ -49,7 +55,7 @@ class JoystickManager {
   JoystickManager& operator=(const JoystickManager&) = delete;
 
  private:
-  JoystickManager() = default;
+  JoystickManager();
   ~JoystickManager() = default;
 
   // Runs `call` on every listener, with the listener lock held and this thread marked as being
@@ -61,8 +67,8 @@ class JoystickManager {
   void WaitForWake(std::chrono::milliseconds timeout);
 
   // What one poll needs of a controller, copied under the state lock so that SDL is read and the
-  // host's log sink is called without it. Reused from poll to poll, so its list and name keep
-  // their capacity.
+  // host's log sink is called without it. One per controller for the whole run: the bindings,
+  // their list and the name are copied again only when the controller's layout changes.
   struct PollSnapshot {
     enum Kind { Missing, Unusable, Ignored, Ready } kind = Missing;
     SDL_Joystick* handle = nullptr;
@@ -70,16 +76,25 @@ class JoystickManager {
     std::string name;
     BindingSnapshot bindings{};
     std::vector<InputId> inputs;
+    // mMappingVersion when the bindings were copied; no version is ever 0.
+    uint64_t mappingVersion = 0;
     XboxGamepad lastGamepad;
+    // Packets sent for this controller in this run: the next packet's number.
+    uint32_t packetNumber = 0;
   };
 
-  // State of one polling run: the poll counter, the last data-event bucket, and scratch space
-  // that lives as long as the run.
+  // State of one polling run. `counter` counts the run's 30 ms periods: at the default interval
+  // every poll is one; at a shorter one, the polls that start a new period (`periodStart`) are.
+  // The cadences hosts know in polls (the axis-only log line, the data event) count periods, so
+  // they keep their rate whatever the interval.
   struct PollRun {
     int32_t counter = 0;
     int32_t lastEventBucket = 0;
+    bool periodStart = true;
+    bool fastSince = false;  // polling faster than once a period since the last poll
+    std::chrono::steady_clock::time_point nextPeriod;
     std::vector<int32_t> sdlIndexes;
-    PollSnapshot snapshot;
+    std::vector<PollSnapshot> controllers;  // by position in sdlIndexes
   };
 
   void process();
@@ -88,7 +103,10 @@ class JoystickManager {
   void RunPollingPass();
   bool OpenJoysticks(const JoystickList& list);
   void PollUntilChange();
-  void PollJoystick(int32_t sdlIndex, PollRun& run);
+  bool ListPolledJoysticks(PollRun& run);
+  void StartPoll(PollRun& run, std::chrono::milliseconds interval);
+  void EndPoll(PollRun& run, std::chrono::milliseconds interval);
+  void PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, PollRun& run);
   void TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot);
   void RecordLastGamepad(int32_t sdlIndex, SDL_Joystick* handle, const XboxGamepad& gamepad);
   void LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad, PollRun& run);
@@ -115,6 +133,12 @@ class JoystickManager {
   // SDL device index to the controller opened at it, for the current polling run.
   std::map<int32_t, JoystickDevice> Joysticks;
   std::list<_CpdJoystickDeviceInfo> mDevList;
+
+  // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.
+  std::atomic<uint16_t> mPollIntervalMs;
+  // Counts layout changes made by the host, so the poller knows when to copy bindings again.
+  // Guarded by mStateMutex.
+  uint64_t mMappingVersion = 1;
 
   // Serialises register/unregister against each other, so that "polling runs" and "a listener
   // is registered" always change together. Taken before mNotifyMutex, never by the polling thread.

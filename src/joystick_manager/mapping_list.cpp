@@ -77,6 +77,7 @@ bool JoystickManager::InstallMapping(uint16_t index, const JoystickDevice& chang
       return false;
     }
     device.mapping = changed.mapping;
+    ++mMappingVersion;
     for (_CpdJoystickDeviceInfo& info : mDevList) {
       if (info.index == index) {
         info.mappingIndex = changed.mapping.mappingIndex;

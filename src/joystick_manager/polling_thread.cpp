@@ -27,10 +27,10 @@ constexpr const char* PROCESS_ORIGIN = "cpd::JoystickManager::process";
 // thread body's own.
 constexpr const char* PROCESS = "process";
 
-JoystickDataPacket PacketOf(int32_t slotIndex, int32_t counter, const XboxGamepad& gamepad) {
+JoystickDataPacket PacketOf(int32_t slotIndex, uint32_t packetNumber, const XboxGamepad& gamepad) {
   JoystickDataPacket packet{};
   packet.slot = static_cast<uint8_t>(slotIndex);
-  packet.dwPacketNumber = static_cast<uint32_t>(counter);
+  packet.dwPacketNumber = packetNumber;
   packet.wButtons = gamepad.wButtons;
   packet.bLeftTrigger = gamepad.bLeftTrigger;
   packet.bRightTrigger = gamepad.bRightTrigger;
@@ -41,13 +41,14 @@ JoystickDataPacket PacketOf(int32_t slotIndex, int32_t counter, const XboxGamepa
   return packet;
 }
 
-// Button changes are always logged; stick and trigger movement only on every 30th poll, so a
-// moving stick does not flood the log.
-bool ShouldLogState(const XboxGamepad& last, const XboxGamepad& now, int32_t counter) {
+// Button changes are always logged; stick and trigger movement only at the start of every 30th
+// period, so a moving stick does not flood the log.
+bool ShouldLogState(const XboxGamepad& last, const XboxGamepad& now, int32_t counter,
+                    bool periodStart) {
   if (now == last) {
     return false;
   }
-  return now.wButtons != last.wButtons || counter % AXIS_LOG_EVERY == 0;
+  return now.wButtons != last.wButtons || (periodStart && counter % AXIS_LOG_EVERY == 0);
 }
 
 // The counter wraps like the packet number it becomes instead of overflowing.
@@ -156,26 +157,67 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
 void JoystickManager::PollUntilChange() {
   PollRun run;
   while (mPolling.load() && !mStop.load()) {
-    const auto attached = static_cast<int>(GetJoystickList().size());
-    run.sdlIndexes.clear();
-    {
-      std::lock_guard<std::mutex> lock(mStateMutex);
-      for (const auto& entry : Joysticks) {
-        run.sdlIndexes.push_back(entry.first);
-      }
-    }
-    if (attached != static_cast<int>(run.sdlIndexes.size())) {
-      CPD_LOG_DEBUG_IN(PROCESS, "SDL numJoysticks[%d] Joysticks.size()[%d]", attached,
-                       static_cast<int>(run.sdlIndexes.size()));
-      mPolling.exchange(false);
+    const std::chrono::milliseconds interval(mPollIntervalMs.load());
+    if (!ListPolledJoysticks(run)) {
       break;
     }
-    for (const int32_t sdlIndex : run.sdlIndexes) {
-      PollJoystick(sdlIndex, run);
+    StartPoll(run, interval);
+    for (size_t position = 0; position < run.sdlIndexes.size(); ++position) {
+      PollJoystick(run.sdlIndexes[position], run.controllers[position], run);
     }
-    run.counter = NextCount(run.counter);
-    WaitForWake(POLL_PERIOD);
+    EndPoll(run, interval);
   }
+}
+
+// False when SDL's count differs from the run's controllers: the run is over.
+bool JoystickManager::ListPolledJoysticks(PollRun& run) {
+  const int attached = CountJoysticks();
+  run.sdlIndexes.clear();
+  {
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    for (const auto& entry : Joysticks) {
+      run.sdlIndexes.push_back(entry.first);
+    }
+  }
+  if (attached != static_cast<int>(run.sdlIndexes.size())) {
+    CPD_LOG_DEBUG_IN(PROCESS, "SDL numJoysticks[%d] Joysticks.size()[%d]", attached,
+                     static_cast<int>(run.sdlIndexes.size()));
+    mPolling.exchange(false);
+    return false;
+  }
+  // The run's controllers never change while it lasts, so this sizes the list once.
+  run.controllers.resize(run.sdlIndexes.size());
+  return true;
+}
+
+// Decides whether this poll starts a 30 ms period. At the default interval every poll does.
+void JoystickManager::StartPoll(PollRun& run, std::chrono::milliseconds interval) {
+  if (interval >= POLL_PERIOD) {
+    run.periodStart = true;
+    run.fastSince = false;
+    return;
+  }
+  const auto now = std::chrono::steady_clock::now();
+  if (!run.fastSince) {
+    run.fastSince = true;
+    run.periodStart = true;
+    run.nextPeriod = now + POLL_PERIOD;
+    return;
+  }
+  run.periodStart = now >= run.nextPeriod;
+  if (run.periodStart) {
+    run.nextPeriod += POLL_PERIOD;
+    if (run.nextPeriod <= now) {
+      run.nextPeriod = now + POLL_PERIOD;  // late after a stall: no burst of catching up
+    }
+  }
+}
+
+void JoystickManager::EndPoll(PollRun& run, std::chrono::milliseconds interval) {
+  if (run.periodStart) {
+    run.counter = NextCount(run.counter);
+  }
+  WaitForWake(interval);
 }
 
 void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot) {
@@ -186,7 +228,6 @@ void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot)
     return;
   }
   const JoystickDevice& device = found->second;
-  snapshot.handle = device._ptr;
   snapshot.slotIndex = device.slotIndex;
   if (device._ptr == nullptr || device.slotIndex < 0) {
     snapshot.kind = PollSnapshot::Unusable;
@@ -196,10 +237,17 @@ void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot)
     snapshot.kind = PollSnapshot::Ignored;
     return;
   }
-  GetMappedInputs(device.mapping.bindings, snapshot.inputs);
-  snapshot.bindings = SnapshotOf(device.mapping.bindings);
-  snapshot.name.assign(device.name);
-  snapshot.lastGamepad = device.lastGamepad;
+  if (snapshot.handle != device._ptr) {
+    snapshot.handle = device._ptr;
+    snapshot.name.assign(device.name);
+    snapshot.lastGamepad = device.lastGamepad;
+    snapshot.mappingVersion = 0;
+  }
+  if (snapshot.mappingVersion != mMappingVersion) {
+    GetMappedInputs(device.mapping.bindings, snapshot.inputs);
+    snapshot.bindings = SnapshotOf(device.mapping.bindings);
+    snapshot.mappingVersion = mMappingVersion;
+  }
   snapshot.kind = PollSnapshot::Ready;
 }
 
@@ -214,26 +262,37 @@ void JoystickManager::RecordLastGamepad(int32_t sdlIndex, SDL_Joystick* handle,
   }
 }
 
-void JoystickManager::PollJoystick(int32_t sdlIndex, PollRun& run) {
-  PollSnapshot& snapshot = run.snapshot;
+// Between period starts (a poll interval below 30 ms), a controller sends only when its state
+// changed, and its reads are not logged, so a short interval adds no packets while idle and no
+// lines.
+void JoystickManager::PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, PollRun& run) {
   TakePollSnapshot(sdlIndex, snapshot);
   if (snapshot.kind == PollSnapshot::Unusable) {
-    CPD_LOG_DEBUG_IN(PROCESS, "joystick %d: _ptr is null index[%d]", sdlIndex, snapshot.slotIndex);
+    if (run.periodStart) {
+      CPD_LOG_DEBUG_IN(PROCESS, "joystick %d: _ptr is null index[%d]", sdlIndex,
+                       snapshot.slotIndex);
+    }
     return;
   }
   if (snapshot.kind != PollSnapshot::Ready) {
     return;
   }
   XboxGamepad gamepad;
-  GetXboxReportFromSnapshot(snapshot.handle, snapshot.bindings, snapshot.inputs, gamepad);
-  if (!(gamepad == snapshot.lastGamepad)) {
-    if (ShouldLogState(snapshot.lastGamepad, gamepad, run.counter)) {
+  GetXboxReportFromSnapshot(snapshot.handle, snapshot.bindings, snapshot.inputs, gamepad,
+                            run.periodStart);
+  const bool changed = !(gamepad == snapshot.lastGamepad);
+  if (changed) {
+    if (ShouldLogState(snapshot.lastGamepad, gamepad, run.counter, run.periodStart)) {
       LogState(snapshot, gamepad, run);
     }
+    snapshot.lastGamepad = gamepad;
     RecordLastGamepad(sdlIndex, snapshot.handle, gamepad);
   }
-  const JoystickDataPacket packet = PacketOf(snapshot.slotIndex, run.counter, gamepad);
-  NotifyData(&packet, static_cast<int32_t>(sizeof packet));
+  if (changed || run.periodStart) {
+    const JoystickDataPacket packet = PacketOf(snapshot.slotIndex, snapshot.packetNumber, gamepad);
+    NotifyData(&packet, static_cast<int32_t>(sizeof packet));
+    ++snapshot.packetNumber;
+  }
   if (SDL_JoystickGetAttached(snapshot.handle) == SDL_FALSE) {
     CPD_LOG_DEBUG_IN(PROCESS, "joystick[%s] detached", snapshot.name.c_str());
     NotifyEvent(EVENT_DEV_DETACHED, CPD_EVENT_RECORD(PROCESS_ORIGIN, snapshot.name + " detached"));
@@ -243,18 +302,19 @@ void JoystickManager::PollJoystick(int32_t sdlIndex, PollRun& run) {
 
 void JoystickManager::LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad,
                                PollRun& run) {
+  const auto packetNumber = static_cast<int32_t>(snapshot.packetNumber);
   // One literal on one line: the log shows the message exactly as written here.
   CPD_LOG_DEBUG_IN(
       PROCESS,
       "joystick[%d][%s] dwPacketNumber[%d] wButtons[%x] bLeftTrigger[%u] bRightTrigger[%u] sThumbLX[%hd] sThumbLY[%hd] sThumbRX[%hd] sThumbRY[%hd]\n",
-      snapshot.slotIndex, snapshot.name.c_str(), run.counter, gamepad.wButtons,
+      snapshot.slotIndex, snapshot.name.c_str(), packetNumber, gamepad.wButtons,
       gamepad.bLeftTrigger, gamepad.bRightTrigger, gamepad.sThumbLX, gamepad.sThumbLY,
       gamepad.sThumbRX, gamepad.sThumbRY);
   const int32_t bucket = run.counter / DATA_EVENT_EVERY;
   if (bucket != run.lastEventBucket) {
     NotifyEvent(EVENT_DEV_SEND_DATA,
                 CPD_EVENT_RECORD(PROCESS_ORIGIN, snapshot.name + " has joystick data:" +
-                                                     std::to_string(run.counter)));
+                                                     std::to_string(packetNumber)));
     run.lastEventBucket = bucket;
   }
 }

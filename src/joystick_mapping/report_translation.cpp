@@ -132,7 +132,8 @@ void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<Inp
 }
 
 void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bindings,
-                               const std::vector<InputId>& inputs, XboxGamepad& gamepad) {
+                               const std::vector<InputId>& inputs, XboxGamepad& gamepad,
+                               bool logReads) {
   gamepad = XboxGamepad{};
   SDL_JoystickUpdate();
   for (const InputId id : inputs) {
@@ -141,7 +142,7 @@ void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bi
     switch (binding.type) {
       case InputType::DPAD: {
         const int hat = ReadHat(joystick, binding.index);
-        if (hat != 0) {
+        if (hat != 0 && logReads) {
           CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
                            "SDL_JoystickGetHat index[%d] buttonValue[%d] mapValue[%d]",
                            binding.index, hat, binding.value);
@@ -155,7 +156,7 @@ void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bi
         break;
       case InputType::BUTTON: {
         const int pressed = ReadButton(joystick, binding.index);
-        if (pressed > 0) {
+        if (pressed > 0 && logReads) {
           CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
                            "SDL_JoystickGetButton index[%d] buttonValue[%d] mapValue[%d]",
                            binding.index, pressed, binding.value);

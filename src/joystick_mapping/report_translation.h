@@ -28,9 +28,12 @@ using BindingSnapshot = std::array<InputBinding, INPUT_ID_COUNT>;
 BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings);
 
 // GetXboxReportFromSDLmap over bindings copied earlier, for callers that must not hold the
-// device record while SDL is read and the translation's lines are logged.
+// device record while SDL is read and the translation's lines are logged. Without `logReads`
+// the lines of pressed buttons and hats are left out (a poller faster than 30 ms logs them only
+// once a period).
 void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bindings,
-                               const std::vector<InputId>& inputs, XboxGamepad& gamepad);
+                               const std::vector<InputId>& inputs, XboxGamepad& gamepad,
+                               bool logReads = true);
 
 // True when both are 0 or more, or both are below 0.
 bool sameSign(int32_t axisValue, int32_t bindingValue);

@@ -1,6 +1,8 @@
 #include "joystick_mapping/sdl_input.h"
 
+#include <array>
 #include <cstdio>
+#include <cstring>
 
 #include "common/log.h"
 #include "joystick_mapping/baseline.h"
@@ -12,7 +14,23 @@ namespace {
 
 constexpr int32_t BASELINE_SAMPLES = 64;
 
-std::string TextOrEmpty(const char* text) { return text != nullptr ? text : ""; }
+std::string TextOrEmpty(const char* text) {
+  return text != nullptr ? text : "";
+}
+
+constexpr int COUNTED_PATHS = 16;
+constexpr size_t COUNTED_PATH_LENGTH = 256;
+
+// Two devices with the same path leave only the later index.
+JoystickList PathsOf(int count) {
+  JoystickList list;
+  for (int deviceIndex = 0; deviceIndex < count; ++deviceIndex) {
+    if (const char* path = SDL_JoystickPathForIndex(deviceIndex)) {
+      list[path] = deviceIndex;
+    }
+  }
+  return list;
+}
 
 }  // namespace
 
@@ -35,17 +53,47 @@ int32_t InitJoystickInput() {
 JoystickList GetJoystickList() {
   SDL_JoystickUpdate();
   const int count = SDL_NumJoysticks();
-  JoystickList list;
   if (count < 1) {
     CPD_LOG_MUTED("No joysticks connected.");
-    return list;
+    return JoystickList();
   }
+  return PathsOf(count);
+}
+
+// The size GetJoystickList would give, with the same SDL calls. Paths are compared in fixed
+// buffers on the stack, so the count the poller makes on every pass costs no allocation; more
+// controllers or a longer path than fit there take the ordinary enumeration instead.
+int32_t CountJoysticks() {
+  SDL_JoystickUpdate();
+  const int count = SDL_NumJoysticks();
+  if (count < 1) {
+    CPD_LOG_MUTED_IN("GetJoystickList", "No joysticks connected.");
+    return 0;
+  }
+  if (count > COUNTED_PATHS) {
+    return static_cast<int32_t>(PathsOf(count).size());
+  }
+  std::array<std::array<char, COUNTED_PATH_LENGTH>, COUNTED_PATHS> seen;
+  size_t distinct = 0;
   for (int deviceIndex = 0; deviceIndex < count; ++deviceIndex) {
-    if (const char* path = SDL_JoystickPathForIndex(deviceIndex)) {
-      list[path] = deviceIndex;
+    const char* path = SDL_JoystickPathForIndex(deviceIndex);
+    if (path == nullptr) {
+      continue;
+    }
+    const size_t length = std::strlen(path);
+    if (length >= COUNTED_PATH_LENGTH) {
+      return static_cast<int32_t>(PathsOf(count).size());  // asks SDL for the paths once more
+    }
+    bool repeated = false;
+    for (size_t earlier = 0; earlier < distinct && !repeated; ++earlier) {
+      repeated = std::strcmp(seen[earlier].data(), path) == 0;
+    }
+    if (!repeated) {
+      std::memcpy(seen[distinct].data(), path, length + 1);
+      ++distinct;
     }
   }
-  return list;
+  return static_cast<int32_t>(distinct);
 }
 
 bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device) {

@@ -15,6 +15,10 @@ int32_t InitJoystickInput();
 // The attached controllers that have a device path, by path.
 JoystickList GetJoystickList();
 
+// How many entries GetJoystickList would give now, made with the same SDL calls but without
+// building the list.
+int32_t CountJoysticks();
+
 // Opens SDL device `deviceIndex` into `device._ptr` (null on failure, reported on stdout).
 bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device);
 

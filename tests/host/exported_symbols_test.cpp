@@ -56,6 +56,7 @@ TEST(ExportedSymbols, AreExactlyThePublicInterface) {
       "JoysticAPI_GetMappingList[abi:cxx11]()",
       "JoysticAPI_SetMapping(unsigned short, unsigned short)",
       "JoysticAPI_Calibration(unsigned short)",
+      "JoysticAPI_SetPollInterval(unsigned short)",
       "CpdJoystickNotify::~CpdJoystickNotify()",
       "typeinfo for CpdJoystickNotify",
       "typeinfo name for CpdJoystickNotify",
