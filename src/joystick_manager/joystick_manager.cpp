@@ -113,6 +113,10 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   return 0;
 }
 
+bool JoystickManager::InsideListenerCall() {
+  return tInsideListenerCall;
+}
+
 // Kept for hosts that call it; there is nothing to calibrate.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): part of the manager's interface
 int32_t JoystickManager::Calibration(uint16_t /*index*/) {

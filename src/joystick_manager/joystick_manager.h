@@ -33,6 +33,8 @@ class JoystickManager {
 
   int32_t RegsisterNotify(CpdJoystickNotify* notify);
   int32_t UnregsisterNotify(CpdJoystickNotify* notify);
+  // True while the calling thread runs a listener callback, where registration is refused.
+  static bool InsideListenerCall();
 
   std::list<_CpdJoystickDeviceInfo> GetDevList();
   std::list<_CpdJoystickMappingInfo> GetMappingList();
