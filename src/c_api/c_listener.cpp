@@ -44,7 +44,7 @@ void CListener::OnJoystickEvent(std::string event, const EventRecord& record) {
 }
 
 CListenerTable& CListenerTable::Instance() {
-  static CListenerTable* const table = new CListenerTable();  // outlives every host call
+  static auto* const table = new CListenerTable();  // outlives every host call
   return *table;
 }
 

@@ -10,6 +10,19 @@ namespace {
 
 thread_local ErrorLineCapture* tCapture = nullptr;
 
+CPD_PRINTF_LIKE(1, 0) std::string Format(const char* format, va_list arguments) {
+  va_list measure;
+  va_copy(measure, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, measure);
+  va_end(measure);
+  if (length < 0) {
+    return {};
+  }
+  std::vector<char> text(static_cast<size_t>(length) + 1);
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  return {text.data(), static_cast<size_t>(length)};
+}
+
 }  // namespace
 
 ErrorLineCapture::ErrorLineCapture() : mOuter(tCapture) {
@@ -39,15 +52,7 @@ void CaptureErrorLine(const char* format, ...) {
   }
   va_list arguments;
   va_start(arguments, format);
-  va_list measuring;
-  va_copy(measuring, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, measuring);
-  va_end(measuring);
-  if (length >= 0) {
-    std::vector<char> line(static_cast<size_t>(length) + 1);
-    std::vsnprintf(line.data(), line.size(), format, arguments);
-    tCapture->Keep(std::string(line.data(), static_cast<size_t>(length)));
-  }
+  tCapture->Keep(Format(format, arguments));
   va_end(arguments);
 }
 

@@ -2,6 +2,7 @@
 // layout changes as the C++ functions, and bad input answered by a code and an error line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -169,12 +170,10 @@ TEST_F(CInterface, PacketCarriesTheGamepadStateOfTheCppPacket) {
   JoystickDataPacket expected{};
   std::memcpy(&expected, bytes.data(), sizeof expected);
   ASSERT_TRUE(record.WaitFor([&] {
-    for (const cpd_joystick_packet& packet : record.packets) {
-      if (packet.dwPacketNumber == expected.dwPacketNumber) {
-        return true;
-      }
-    }
-    return false;
+    return std::any_of(record.packets.begin(), record.packets.end(),
+                       [&](const cpd_joystick_packet& packet) {
+                         return packet.dwPacketNumber == expected.dwPacketNumber;
+                       });
   }));
   std::lock_guard<std::mutex> lock(record.mutex);
   for (const cpd_joystick_packet& packet : record.packets) {
@@ -351,7 +350,7 @@ TEST_F(CInterface, ListenersAreCalledInRegistrationOrderWithCppListeners) {
   TestListener second;
   second.onCallback = [&] {
     if (second.Sequence().back() == "devlist") {
-      arrivals.push_back("second");  // callbacks run one at a time, on one thread
+      arrivals.emplace_back("second");  // callbacks run one at a time, on one thread
     }
   };
   ASSERT_EQ(Register(&firstListener), CPD_JOYSTICK_OK);

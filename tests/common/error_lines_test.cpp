@@ -37,7 +37,7 @@ TEST_F(ErrorLines, NestedCapturePassesItsLinesOutward) {
     EXPECT_NE(inner.Text().find("second"), std::string::npos);
   }
   CPD_LOG_ERROR("third");
-  const std::string text = outer.Text();
+  const std::string& text = outer.Text();
   EXPECT_LT(text.find("first"), text.find("second"));
   EXPECT_LT(text.find("second"), text.find("third"));
 }
