@@ -145,7 +145,10 @@ TEST_F(CInterface, ListenerGetsTheDeviceListPacketsAndEvents) {
   std::lock_guard<std::mutex> lock(record.mutex);
   EXPECT_EQ(record.sizes.front(), 17);
   EXPECT_EQ(record.packets.front().slot, 0);
-  EXPECT_EQ(record.packets[1].dwPacketNumber, record.packets[0].dwPacketNumber + 1);
+  // Packed fields are read by value: a reference to one would be misaligned.
+  const uint32_t first = record.packets[0].dwPacketNumber;
+  const uint32_t second = record.packets[1].dwPacketNumber;
+  EXPECT_EQ(second, first + 1);
   ASSERT_FALSE(record.events.empty());
   EXPECT_EQ(record.events.front(), "JOYSTICK_DEV_LIST_UPDATE");
   const auto& fields = record.eventFields.front();
@@ -179,8 +182,11 @@ TEST_F(CInterface, PacketCarriesTheGamepadStateOfTheCppPacket) {
   for (const cpd_joystick_packet& packet : record.packets) {
     if (packet.dwPacketNumber == expected.dwPacketNumber) {
       EXPECT_EQ(std::memcmp(&packet, bytes.data(), sizeof packet), 0);
-      EXPECT_EQ(packet.wButtons, 0x1000);
-      EXPECT_EQ(packet.sThumbLX, expected.sThumbLX);
+      const uint16_t buttons = packet.wButtons;
+      const int16_t stickX = packet.sThumbLX;
+      const int16_t expectedStickX = expected.sThumbLX;
+      EXPECT_EQ(buttons, 0x1000);
+      EXPECT_EQ(stickX, expectedStickX);
     }
   }
 }
