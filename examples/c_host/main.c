@@ -10,7 +10,9 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-static void sleep_ms(unsigned ms) { Sleep(ms); }
+static void sleep_ms(unsigned ms) {
+  Sleep(ms);
+}
 #else
 #include <time.h>
 static void sleep_ms(unsigned ms) {
@@ -45,7 +47,9 @@ static void on_data(void* user, const cpd_joystick_packet* packet, int32_t size)
   }
 }
 
-static void on_dev_list_update(void* user) { ((struct counts*)user)->lists++; }
+static void on_dev_list_update(void* user) {
+  ((struct counts*)user)->lists++;
+}
 
 static void on_event(void* user, const char* event, const cpd_joystick_field* fields,
                      size_t count) {
@@ -116,7 +120,7 @@ int main(void) {
   printf("set_mapping(3, %d) = %d: %s\n", MAPPING_PS, (int)result, cpd_joystick_last_error());
 
   result = cpd_joystick_unregister(&listener);
-  printf("unregistered (%d): %d packets, %d device lists, %d events\n", (int)result,
-         counts.packets, counts.lists, counts.events);
+  printf("unregistered (%d): %d packets, %d device lists, %d events\n", (int)result, counts.packets,
+         counts.lists, counts.events);
   return 0;
 }
