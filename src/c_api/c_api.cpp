@@ -77,7 +77,8 @@ uint8_t CopyMapping(const _CpdJoystickMappingInfo& from, cpd_joystick_mapping_in
 }
 
 // Copies the first `capacity` records of `list` into `out` and returns the list's size; a
-// buffer that is too small and a cut text are both logged, so neither passes silently.
+// buffer that is too small and a cut text are both logged, so neither passes silently. Sizes
+// are logged as unsigned long because "%zu" is unknown to the Windows C runtime's printf.
 template <typename Record, typename CRecord, typename Copy>
 int32_t CopyList(const std::list<Record>& list, CRecord* out, size_t capacity, Copy copy) {
   size_t at = 0;
@@ -86,13 +87,13 @@ int32_t CopyList(const std::list<Record>& list, CRecord* out, size_t capacity, C
       break;
     }
     if (copy(record, out[at]) != 0) {
-      CPD_LOG_ERROR("entry %zu: a text was cut to fit its field", at);
+      CPD_LOG_ERROR("entry %lu: a text was cut to fit its field", static_cast<unsigned long>(at));
     }
     ++at;
   }
   if (capacity > 0 && list.size() > capacity) {
-    CPD_LOG_ERROR("%zu entries, the buffer holds %zu: only those were copied", list.size(),
-                  capacity);
+    CPD_LOG_ERROR("%lu entries, the buffer holds %lu: only those were copied",
+                  static_cast<unsigned long>(list.size()), static_cast<unsigned long>(capacity));
   }
   return static_cast<int32_t>(list.size());
 }
@@ -136,7 +137,7 @@ int32_t cpd_joystick_unregister(const cpd_joystick_listener* listener) {
 int32_t cpd_joystick_get_dev_list(cpd_joystick_device_info* devices, size_t capacity) {
   CCall call;
   if (devices == nullptr && capacity > 0) {
-    CPD_LOG_ERROR("null buffer refused for %zu entries", capacity);
+    CPD_LOG_ERROR("null buffer refused for %lu entries", static_cast<unsigned long>(capacity));
     return CPD_JOYSTICK_ERROR_ARGUMENT;
   }
   return CopyList(JoysticAPI_GetDevList(), devices, capacity, CopyDevice);
@@ -145,7 +146,7 @@ int32_t cpd_joystick_get_dev_list(cpd_joystick_device_info* devices, size_t capa
 int32_t cpd_joystick_get_mapping_list(cpd_joystick_mapping_info* mappings, size_t capacity) {
   CCall call;
   if (mappings == nullptr && capacity > 0) {
-    CPD_LOG_ERROR("null buffer refused for %zu entries", capacity);
+    CPD_LOG_ERROR("null buffer refused for %lu entries", static_cast<unsigned long>(capacity));
     return CPD_JOYSTICK_ERROR_ARGUMENT;
   }
   return CopyList(JoysticAPI_GetMappingList(), mappings, capacity, CopyMapping);
