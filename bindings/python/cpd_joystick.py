@@ -37,7 +37,7 @@ _OK = 0
 _NAME_SIZE = 256
 _PATH_SIZE = 256
 _MAPPING_NAME_SIZE = 32
-_MAX_SLOT = 0xFFFF
+_UINT16_MAX = 0xFFFF
 
 
 class Error(RuntimeError):
@@ -190,7 +190,7 @@ def _checked(library, result):
 
 
 def _uint16(name, value):
-    if not 0 <= value <= _MAX_SLOT:
+    if not 0 <= value <= _UINT16_MAX:
         raise ValueError("%s must be 0..65535, not %r" % (name, value))
     return value
 
