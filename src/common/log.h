@@ -8,12 +8,15 @@
 //   %s %s(%d): "Debug:" "<message exactly as written in the source>"
 // The message is stringised, not decoded: "started\n" shows a backslash and an n inside the
 // closing quote, and "" leaves an empty pair of quotes. The sink then gets the file name, the
-// function's unqualified name and the line before the statement's own arguments.
+// function's unqualified name and the line before the statement's own arguments. An error line
+// is also kept by the thread's ErrorLineCapture, if one is alive (its arguments are then
+// evaluated a second time, so they must have no side effects).
 #pragma once
 
 #include <cstring>
 #include <string>
 
+#include "common/error_lines.h"
 #include "common/log_sink.h"
 
 namespace cpd::log {
@@ -89,6 +92,11 @@ inline const char* FileNameAfterBackslash(const char* path) {
       quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                      \
                      CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \
                      origin, __LINE__, ##__VA_ARGS__);                                             \
+      if (logClass == ::cpd::log::LOG_CLASS_ERROR && ::cpd::log::IsCapturingErrorLines()) {        \
+        ::cpd::log::CaptureErrorLine(CPD_LOG_FORMAT_(word, message),                               \
+                                     ::cpd::log::FileNameAfterBackslash(__FILE__), origin,         \
+                                     __LINE__, ##__VA_ARGS__);                                     \
+      }                                                                                            \
     }                                                                                              \
   } while (false)
 

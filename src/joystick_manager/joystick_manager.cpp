@@ -193,6 +193,10 @@ int32_t JoystickManager::SetPollInterval(uint16_t milliseconds) {
   return 0;
 }
 
+bool JoystickManager::RegistrationRefused() {
+  return RegistrationRefusal() != nullptr;
+}
+
 // Kept for hosts that call it; there is nothing to calibrate.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): part of the manager's interface
 int32_t JoystickManager::Calibration(uint16_t /*index*/) {

@@ -38,6 +38,9 @@ class JoystickManager {
 
   int32_t RegsisterNotify(CpdJoystickNotify* notify);
   int32_t UnregsisterNotify(CpdJoystickNotify* notify);
+  // True where a registration made now on the calling thread is refused (inside a listener
+  // callback, on the polling thread, inside another registration).
+  static bool RegistrationRefused();
 
   std::list<_CpdJoystickDeviceInfo> GetDevList();
   std::list<_CpdJoystickMappingInfo> GetMappingList();

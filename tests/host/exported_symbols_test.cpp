@@ -8,10 +8,11 @@
 
 namespace {
 
-// Demangled names of the dynamic symbols the library defines.
+// Demangled names of the dynamic symbols the library defines. Names only: the posix format's
+// size field can be a lone hexadecimal letter, which reads like a symbol type.
 std::set<std::string> DefinedDynamicSymbols() {
   const std::string command =
-      std::string("nm -D --defined-only -C --format=posix '") + CPD_JOYSTICK_LIBRARY + "'";
+      std::string("nm -D --defined-only -C --format=just-symbols '") + CPD_JOYSTICK_LIBRARY + "'";
   FILE* pipe = popen(command.c_str(), "r");
   EXPECT_NE(pipe, nullptr);
   std::string output;
@@ -20,30 +21,13 @@ std::set<std::string> DefinedDynamicSymbols() {
     output += buffer;
   }
   EXPECT_EQ(pipe != nullptr ? pclose(pipe) : -1, 0);
-  // posix format: "<name> <type> <value> [<size>]"; names may contain blanks, the last
-  // three or four fields never do.
   std::set<std::string> names;
   std::istringstream lines(output);
   std::string line;
   while (std::getline(lines, line)) {
-    std::istringstream fields(line);
-    std::vector<std::string> words;
-    std::string word;
-    while (fields >> word) {
-      words.push_back(word);
+    if (!line.empty()) {
+      names.insert(line);
     }
-    size_t typeAt = words.size();
-    for (size_t i = words.size(); i-- > 0;) {
-      if (words[i].size() == 1 && std::isalpha(static_cast<unsigned char>(words[i][0]))) {
-        typeAt = i;
-        break;
-      }
-    }
-    std::string name;
-    for (size_t i = 0; i < typeAt; ++i) {
-      name += (i > 0 ? " " : "") + words[i];
-    }
-    names.insert(name);
   }
   return names;
 }
@@ -72,6 +56,15 @@ TEST(ExportedSymbols, AreExactlyThePublicInterface) {
       "typeinfo for sd::SDConfigService",
       "typeinfo name for sd::SDConfigService",
       "vtable for sd::SDConfigService",
+      "cpd_joystick_register",
+      "cpd_joystick_unregister",
+      "cpd_joystick_get_dev_list",
+      "cpd_joystick_get_mapping_list",
+      "cpd_joystick_set_mapping",
+      "cpd_joystick_calibration",
+      "cpd_joystick_set_poll_interval",
+      "cpd_joystick_version",
+      "cpd_joystick_last_error",
   };
   EXPECT_EQ(DefinedDynamicSymbols(), expected);
 }

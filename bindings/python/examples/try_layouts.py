@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""Gives the controller in slot 0 each of the six layouts in turn, shows what it sends under
+each, and then gives it back the layout it had.
+
+    # with the library installed, or with LD_LIBRARY_PATH=build/debug/src
+    PYTHONPATH=bindings/python python3 bindings/python/examples/try_layouts.py
+    # no controller at hand: a simulated Xbox pad with A held (its choices go to a scratch store)
+    PYTHONPATH=bindings/python LD_LIBRARY_PATH=build/debug/tests/sim/lib:build/debug/src \\
+        python3 bindings/python/examples/try_layouts.py --simulate
+"""
+import argparse
+import ctypes
+import os
+import tempfile
+import threading
+
+import cpd_joystick
+
+
+class LastPacket(cpd_joystick.Listener):
+    def __init__(self):
+        self.lock = threading.Lock()
+        self.packet = None
+
+    def on_data(self, packet):
+        if packet.slot == 0:
+            with self.lock:
+                self.packet = packet
+
+
+def plug_simulated_pad():
+    os.environ.setdefault("CPD_JOYSTICK_STORE", os.path.join(tempfile.mkdtemp(), "store.json"))
+    cpd_joystick.load()
+    sim = ctypes.CDLL("libSDL2-2.0.so.0")  # the simulator, if it is what the library loaded
+    if not hasattr(sim, "sim_plug"):
+        raise SystemExit("--simulate: put the simulator's folder first in LD_LIBRARY_PATH")
+    pad = sim.sim_plug(b"Xbox Wireless Controller", b"/dev/input/event20", 0x045E, 0x0B13, 6, 11, 1)
+    sim.sim_set_button(pad, 0, 1)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--simulate", action="store_true", help="use a simulated Xbox pad")
+    parser.add_argument("--seconds", type=float, default=1.0, help="time on each layout")
+    options = parser.parse_args()
+    if options.simulate:
+        plug_simulated_pad()
+
+    listener = LastPacket()
+    cpd_joystick.register(listener)
+    try:
+        wait = threading.Event()
+        for _ in range(50):
+            if cpd_joystick.dev_list():
+                break
+            wait.wait(0.1)
+        devices = [d for d in cpd_joystick.dev_list() if d.index == 0]
+        if not devices:
+            raise SystemExit("no controller in slot 0")
+        print("slot 0: %s (%04x:%04x), layout %d" % (devices[0].name, devices[0].vid,
+                                                     devices[0].pid, devices[0].mapping_index))
+        for layout in cpd_joystick.mapping_list():
+            cpd_joystick.set_mapping(0, layout.mapping_index)
+            wait.wait(options.seconds)
+            with listener.lock:
+                packet = listener.packet
+            print("%-20s buttons 0x%04x  triggers %3d %3d  left stick %6d %6d" % (
+                layout.name, packet.buttons, packet.left_trigger, packet.right_trigger,
+                packet.thumb_lx, packet.thumb_ly))
+        cpd_joystick.set_mapping(0, devices[0].mapping_index)
+    finally:
+        cpd_joystick.unregister(listener)
+
+
+if __name__ == "__main__":
+    main()
