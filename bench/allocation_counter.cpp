@@ -9,11 +9,13 @@
 namespace {
 
 std::atomic<size_t> gAllocations{0};
+thread_local size_t tAllocations = 0;
 
 }  // namespace
 
 void* operator new(size_t size) {
   gAllocations.fetch_add(1, std::memory_order_relaxed);
+  ++tAllocations;
   if (void* memory = std::malloc(size == 0 ? 1 : size)) {
     return memory;
   }
@@ -30,6 +32,10 @@ namespace cpd::bench {
 
 size_t AllocationCount() {
   return gAllocations.load(std::memory_order_relaxed);
+}
+
+size_t ThisThreadAllocationCount() {
+  return tAllocations;
 }
 
 }  // namespace cpd::bench

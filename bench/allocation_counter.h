@@ -6,5 +6,7 @@
 namespace cpd::bench {
 
 size_t AllocationCount();
+// The allocations the calling thread made.
+size_t ThisThreadAllocationCount();
 
 }  // namespace cpd::bench

@@ -1,7 +1,8 @@
 // Idle CPU of a host process while the library polls on the SDL2 simulator: once with no
-// controller and once with 4 idle controllers. Each case registers one listener that does
-// nothing, lets the library settle, then reads the process's CPU time (and each thread's, from
-// schedstat) over a wall-clock window in which the host itself only sleeps.
+// controller and with 4 idle controllers at poll intervals of 30, 4 and 1 ms. Each case
+// registers one listener that does nothing, lets the library settle, then reads the process's
+// CPU time (and each thread's, from schedstat) over a wall-clock window in which the host itself
+// only sleeps.
 //
 //   idle_cpu_measure [--seconds=N] [--settle=S]     window N s (default 60), settle S s (3)
 //
@@ -121,9 +122,13 @@ void MeasureCase(const char* name, int controllers, const Options& options) {
   const long residentEnd = cpd::bench::ResidentKiB();
   const long heapEnd = cpd::bench::HeapInUseKiB();
 
-  std::printf("%-24s process %.4f %% of one core over %.1f s (%.1f ms CPU), %.1f packets/s\n", name,
+  std::printf("%-24s process %.4f %% of one core over %.1f s (%.1f ms CPU), %.1f packets/s", name,
               Percent(processEnd - processStart, wall), wall, 1e3 * (processEnd - processStart),
               static_cast<double>(packets) / wall);
+  if (controllers > 0) {
+    std::printf(" (%.1f per pad)", static_cast<double>(packets) / wall / controllers);
+  }
+  std::printf("\n");
   std::vector<pid_t> started;
   for (const pid_t task : tasks) {
     if (std::find(before.begin(), before.end(), task) == before.end()) {
@@ -176,7 +181,14 @@ int main(int argc, char** argv) {
   for (int i = 0; i < 4; ++i) {
     pads.push_back(cpd::bench::PlugPad(models[static_cast<size_t>(i)], FIRST_PAD_NUMBER + i));
   }
-  MeasureCase("4 idle controllers", 4, options);
+  // The same pads at the default interval and at two short ones; an idle pad should send about
+  // 33 packets a second in each.
+  for (const uint16_t interval : {uint16_t{30}, uint16_t{4}, uint16_t{1}}) {
+    JoysticAPI_SetPollInterval(interval);
+    const std::string name = "4 idle, " + std::to_string(interval) + " ms";
+    MeasureCase(name.c_str(), 4, options);
+  }
+  JoysticAPI_SetPollInterval(30);
   for (const int pad : pads) {
     sim_unplug(pad);
   }

@@ -22,6 +22,9 @@
 //   thread_cpu_pct        the polling thread's CPU time over wall time
 //   preempted_per_pass    involuntary context switches of the polling thread per pass
 //   packets_per_pass      packets the listener got per pass (should equal the controllers)
+//   allocations_per_pass  heap allocations of the polling thread per pass, all of them
+//   sim_allocations_per_pass     the replayed SDL calls' allocations per pass (the simulator's)
+//   library_allocations_per_pass the difference: what the library itself allocates (0 is the aim)
 //   load1                 one-minute load average when the repetition ended
 #include <SDL.h>
 #include <benchmark/benchmark.h>
@@ -40,6 +43,7 @@
 #include <thread>
 #include <vector>
 
+#include "allocation_counter.h"
 #include "sdl_sim.h"
 #include "sim_host.h"
 
@@ -63,6 +67,7 @@ struct PassWindow {
   double wallSeconds = 0.0;
   uint64_t packets = 0;
   long preemptions = 0;
+  size_t allocations = 0;
 };
 
 long ThisThreadPreemptions() {
@@ -87,12 +92,15 @@ class PassClock : public cpd::bench::QuietListener {
       std::lock_guard<std::mutex> lock(mMutex);
       mStartCpu = ThisThreadCpuSeconds();
       mStartPreemptions = ThisThreadPreemptions();
+      mStartAllocations = cpd::bench::ThisThreadAllocationCount();
       mStartWall = Clock::now();
       mStartPackets = packets - 1;  // this packet belongs to the window
     } else if (pass == mEndPass.load(std::memory_order_acquire)) {
       const double cpu = ThisThreadCpuSeconds();
       const long preemptions = ThisThreadPreemptions();
+      const size_t allocations = cpd::bench::ThisThreadAllocationCount();
       std::lock_guard<std::mutex> lock(mMutex);
+      mWindow.allocations = allocations - mStartAllocations;
       mWindow.cpuSeconds = cpu - mStartCpu;
       mWindow.preemptions = preemptions - mStartPreemptions;
       mWindow.wallSeconds = std::chrono::duration<double>(Clock::now() - mStartWall).count();
@@ -152,6 +160,7 @@ class PassClock : public cpd::bench::QuietListener {
   std::condition_variable mDone;
   double mStartCpu = 0.0;
   long mStartPreemptions = 0;
+  size_t mStartAllocations = 0;
   Clock::time_point mStartWall;
   uint64_t mStartPackets = 0;
   PassWindow mWindow;
@@ -374,15 +383,23 @@ class ColdReplay {
     if (mPasses.empty() || !mMeasuring.load(std::memory_order_acquire)) {
       return;
     }
+    const size_t allocationsBefore = cpd::bench::ThisThreadAllocationCount();
     const double before = ThisThreadCpuSeconds();
     for (const RecordedCall& call : mPasses[mNext++ % mPasses.size()]) {
       Replay(call, mHandle);
     }
     const double after = ThisThreadCpuSeconds();
     const double clockRead = ThisThreadCpuSeconds() - after;  // one read's own cost
+    const size_t allocations = cpd::bench::ThisThreadAllocationCount() - allocationsBefore;
     std::lock_guard<std::mutex> lock(mMutex);
     mSeconds += after - before - clockRead;
+    mAllocations += allocations;
     ++mReplayed;
+  }
+
+  double AllocationsPerPass() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mReplayed > 0 ? static_cast<double>(mAllocations) / static_cast<double>(mReplayed) : 0.0;
   }
 
   void SetMeasuring(bool measuring) { mMeasuring.store(measuring, std::memory_order_release); }
@@ -399,6 +416,7 @@ class ColdReplay {
   std::atomic<bool> mMeasuring{false};
   std::mutex mMutex;
   double mSeconds = 0.0;
+  size_t mAllocations = 0;
   uint64_t mReplayed = 0;
 };
 
@@ -410,6 +428,7 @@ struct WindowTotals {
   uint64_t passes = 0;
   uint64_t floorPasses = 0;
   long preemptions = 0;
+  size_t allocations = 0;
 };
 
 void BM_PollPassCpu(benchmark::State& state) {
@@ -428,6 +447,7 @@ void BM_PollPassCpu(benchmark::State& state) {
 
   WindowTotals totals;
   double simSecondsPerPass = 0.0;
+  double simAllocationsPerPass = 0.0;
   {
     PassClock floorClock;
     ColdReplay replay(calls);
@@ -451,11 +471,13 @@ void BM_PollPassCpu(benchmark::State& state) {
       totals.packets += window.packets;
       totals.passes += window.passes;
       totals.preemptions += window.preemptions;
+      totals.allocations += window.allocations;
       totals.floorCpuSeconds += floorWindow.cpuSeconds;
       totals.floorPasses += floorWindow.passes;
     }
     replay.SetMeasuring(false);
     simSecondsPerPass = replay.SecondsPerPass();
+    simAllocationsPerPass = replay.AllocationsPerPass();
   }
   JoysticAPI_UnregsisterNotify(&clock);
 
@@ -469,6 +491,10 @@ void BM_PollPassCpu(benchmark::State& state) {
     state.counters["thread_cpu_pct"] = 100.0 * totals.cpuSeconds / totals.wallSeconds;
     state.counters["packets_per_pass"] = static_cast<double>(totals.packets) / passes;
     state.counters["preempted_per_pass"] = static_cast<double>(totals.preemptions) / passes;
+    const double allocationsPerPass = static_cast<double>(totals.allocations) / passes;
+    state.counters["allocations_per_pass"] = allocationsPerPass;
+    state.counters["sim_allocations_per_pass"] = simAllocationsPerPass;
+    state.counters["library_allocations_per_pass"] = allocationsPerPass - simAllocationsPerPass;
   }
   state.counters["sim_us_per_pass"] = 1e6 * simSecondsPerPass;
   state.counters["sim_warm_us_per_pass"] = 1e6 * simulator.warmSecondsPerPass;
