@@ -18,7 +18,8 @@ using Clock = std::chrono::steady_clock;
 std::vector<uint32_t> NumbersOfSlot(const TestListener& listener, uint8_t slot) {
   std::vector<uint32_t> numbers;
   for (const JoystickDataPacket& packet : PacketsOfSlot(listener, slot)) {
-    numbers.push_back(packet.dwPacketNumber);
+    const uint32_t number = packet.dwPacketNumber;  // a packed field: copied, never referenced
+    numbers.push_back(number);
   }
   return numbers;
 }
