@@ -106,6 +106,7 @@ class JoystickManager {
   void RunPollingPass();
   bool OpenJoysticks(const JoystickList& list);
   void PollUntilChange();
+  void IdentifyAndRecord(int32_t sdlIndex, JoystickDevice& device);
   bool ListPolledJoysticks(PollRun& run);
   void StartPoll(PollRun& run, std::chrono::milliseconds interval);
   void EndPoll(PollRun& run, std::chrono::milliseconds interval);
@@ -139,6 +140,8 @@ class JoystickManager {
 
   // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.
   std::atomic<uint16_t> mPollIntervalMs;
+  // Counts the layout choices recorded for a model, so an open that raced with one looks again.
+  std::atomic<uint64_t> mChoicesRecorded{0};
   // Counts layout changes made by the host, so the poller knows when to copy bindings again.
   // Guarded by mStateMutex.
   uint64_t mMappingVersion = 1;

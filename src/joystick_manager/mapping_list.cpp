@@ -43,6 +43,7 @@ int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
     // stored too; readers ignore kinds they do not know.
     if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
       policy->SetMappingIndex(device->vid, device->pid, mappingIndex, device->name);
+      ++mChoicesRecorded;
     }
     result = ResetMapping(*device, mappingIndex);
     if (result >= 0 && !InstallMapping(index, *device)) {

@@ -135,9 +135,7 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
       device.slotIndex = UpdateJoyStickIndex(mSlotPaths, list, path);
       device.lastGamepad = XboxGamepad{};
       ReadJoystickInfo(device);
-      OpenOrCreateMapping(device);
-      std::lock_guard<std::mutex> lock(mStateMutex);
-      Joysticks[sdlIndex] = device;
+      IdentifyAndRecord(sdlIndex, device);
     }
     // Controllers beyond the fourth keep an empty record, so the map's size stays the SDL count.
     // try_emplace adds that record on purpose.
@@ -152,6 +150,21 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
                      entry.path.c_str(), entry.vid, entry.pid);
   }
   return true;
+}
+
+// A host's layout choice for this model may land between the look-up of the stored choice and
+// the moment the record takes its slot; its call then finds no controller in the slot. The
+// look-up is then made again, so the controller starts with the latest choice all the same.
+void JoystickManager::IdentifyAndRecord(int32_t sdlIndex, JoystickDevice& device) {
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const uint64_t choicesBefore = mChoicesRecorded.load();
+    OpenOrCreateMapping(device);
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    Joysticks[sdlIndex] = device;
+    if (mChoicesRecorded.load() == choicesBefore) {
+      return;
+    }
+  }
 }
 
 void JoystickManager::PollUntilChange() {
