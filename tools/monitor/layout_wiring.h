@@ -1,7 +1,8 @@
-// What a host can know about the six layouts without looking inside the library: which raw SDL
-// input each layout reads for each gamepad control, and which bit of the packet's button word a
-// control lights. The simulated pads are driven through this table, so a key press moves the raw
-// input the pad's current layout reads and the packet shows what that layout makes of it.
+// The six layouts as the monitor reads them from the library's own table (layout_table.h, linked
+// as a static library of pure data): which raw SDL input each layout reads for each gamepad
+// control, and which bit of the packet's button word a control lights. The simulated pads are
+// driven through this table, so a key press moves the raw input the pad's current layout reads and
+// the packet shows what that layout makes of it.
 #pragma once
 
 #include <cstddef>
