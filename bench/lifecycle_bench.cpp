@@ -11,10 +11,6 @@
 #include "common/log_sink.h"
 #include "cpd_joystick/joystick_api.h"
 
-// The benchmark host brings its own silent sink, as a client with its own log library would.
-extern "C" void quvaniLogPrint(int /*unused*/, int /*level*/, const char* /*tag*/,
-                               const char* /*format*/, ...) {}
-
 namespace {
 
 class IdleListener : public CpdJoystickNotify {

@@ -1,46 +1,59 @@
 #include "log_capture.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 
 #include "common/log_sink.h"
+#include "printf_text.h"
 
 namespace cpd::test {
 
 namespace {
 
-std::mutex gLogMutex;
-std::condition_variable gLogAdded;
-std::vector<LogLine> gLogs;
+struct Captured {
+  std::mutex mutex;
+  std::condition_variable added;
+  std::vector<LogLine> lines;
+  std::recursive_mutex handlerMutex;
+  std::function<void(const LogLine&)> handler;
+  std::atomic<LogCapture> mode{LogCapture::KEEP};
+  std::atomic<size_t> calls{0};
+};
 
-__attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
-  va_list measure;
-  va_copy(measure, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  if (length < 0) {
-    return "<unformattable>";
-  }
-  std::string text(static_cast<size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  text.resize(static_cast<size_t>(length));
-  return text;
+// Never destroyed: the library may still log while the process ends, after this file's objects
+// would be gone.
+Captured& State() {
+  static auto* state = new Captured;
+  return *state;
 }
 
 }  // namespace
 
+void SetLogCapture(LogCapture mode) {
+  State().mode = mode;
+}
+
+void SetLogHandler(std::function<void(const LogLine&)> handler) {
+  std::lock_guard<std::recursive_mutex> lock(State().handlerMutex);
+  State().handler = std::move(handler);
+}
+
+size_t LogCallCount() {
+  return State().calls.load();
+}
+
 std::vector<LogLine> CapturedLogs() {
-  std::lock_guard<std::mutex> lock(gLogMutex);
-  return gLogs;
+  std::lock_guard<std::mutex> lock(State().mutex);
+  return State().lines;
 }
 
 void ClearLogs() {
-  std::lock_guard<std::mutex> lock(gLogMutex);
-  gLogs.clear();
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().lines.clear();
 }
 
 std::vector<std::string> LogBodies() {
@@ -67,11 +80,12 @@ size_t CountLogBody(const std::string& body) {
 }
 
 bool WaitForLogBody(const std::string& body, size_t count, std::chrono::milliseconds timeout) {
-  std::unique_lock<std::mutex> lock(gLogMutex);
-  return gLogAdded.wait_for(lock, timeout, [&] {
-    return static_cast<size_t>(std::count_if(gLogs.begin(), gLogs.end(), [&](const LogLine& line) {
-             return line.body == body;
-           })) >= count;
+  Captured& state = State();
+  std::unique_lock<std::mutex> lock(state.mutex);
+  return state.added.wait_for(lock, timeout, [&] {
+    return static_cast<size_t>(
+               std::count_if(state.lines.begin(), state.lines.end(),
+                             [&](const LogLine& line) { return line.body == body; })) >= count;
   });
 }
 
@@ -82,37 +96,74 @@ std::string ErrorBody(const std::string& message) {
   return "\"Error:\" \"" + message + "\"";
 }
 
-}  // namespace cpd::test
+namespace {
 
-extern "C" void quvaniLogPrint(int reserved, int level, const char* tag, const char* format, ...) {
-  cpd::test::LogLine line;
+// Every statement's format starts with this prefix; the rest formats the statement's own
+// arguments.
+constexpr const char* PREFIX = "%s %s(%d): ";
+
+__attribute__((format(printf, 4, 0))) LogLine MakeLine(int reserved, int level, const char* tag,
+                                                       const char* format, va_list arguments) {
+  LogLine line;
   line.first = reserved;
   line.level = level;
   line.tag = tag != nullptr ? tag : "<null>";
-  line.format = format != nullptr ? format : "<null>";
+  line.format = format;
   line.thread = std::this_thread::get_id();
-
-  va_list arguments;
-  va_start(arguments, format);
   va_list whole;
   va_copy(whole, arguments);
-  line.text = cpd::test::Format(format, whole);
+  line.text = FormatText(format, whole);
   va_end(whole);
-
-  // Every statement's format starts with this prefix; the rest formats the statement's own
-  // arguments.
-  static constexpr const char* PREFIX = "%s %s(%d): ";
   if (std::strncmp(format, PREFIX, std::strlen(PREFIX)) == 0) {
     const char* file = va_arg(arguments, const char*);
     const char* function = va_arg(arguments, const char*);
     line.line = va_arg(arguments, int);
     line.file = file != nullptr ? file : "<null>";
     line.function = function != nullptr ? function : "<null>";
-    line.body = cpd::test::Format(format + std::strlen(PREFIX), arguments);
+    line.body = FormatText(format + std::strlen(PREFIX), arguments);
   }
-  va_end(arguments);
+  return line;
+}
 
-  std::lock_guard<std::mutex> lock(cpd::test::gLogMutex);
-  cpd::test::gLogs.push_back(std::move(line));
-  cpd::test::gLogAdded.notify_all();
+void Deliver(LogLine line) {
+  Captured& state = State();
+  {
+    std::lock_guard<std::recursive_mutex> lock(state.handlerMutex);
+    if (state.handler) {
+      state.handler(line);
+    }
+  }
+  if (state.mode == LogCapture::KEEP) {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.lines.push_back(std::move(line));
+    state.added.notify_all();
+  }
+}
+
+}  // namespace
+
+}  // namespace cpd::test
+
+extern "C" __attribute__((visibility("default"))) void quvaniLogPrint(int reserved, int level,
+                                                                      const char* tag,
+                                                                      const char* format, ...) {
+  cpd::test::State().calls.fetch_add(1);
+  if (cpd::test::State().mode == cpd::test::LogCapture::COUNT) {
+    return;
+  }
+  if (format == nullptr) {
+    cpd::test::LogLine line;
+    line.first = reserved;
+    line.level = level;
+    line.tag = tag != nullptr ? tag : "<null>";
+    line.format = "<null>";
+    line.thread = std::this_thread::get_id();
+    cpd::test::Deliver(std::move(line));
+    return;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  cpd::test::LogLine line = cpd::test::MakeLine(reserved, level, tag, format, arguments);
+  va_end(arguments);
+  cpd::test::Deliver(std::move(line));
 }

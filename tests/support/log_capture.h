@@ -1,7 +1,11 @@
-// A log sink for tests: every quvaniLogPrint call of the code under test is recorded.
+// The one capturing log sink of tests, benches and tools: it defines quvaniLogPrint, so whoever
+// links it receives the library's lines. By default every line is kept; a bench measuring the
+// library switches to counting only, and a tool that shows lines elsewhere hands them on.
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,6 +24,21 @@ struct LogLine {
   std::string text;  // the whole formatted line
   std::thread::id thread;
 };
+
+enum class LogCapture {
+  KEEP,    // format every line and keep it (the default)
+  FORMAT,  // format every line and hand it to the handler, keep nothing
+  COUNT,   // only count the calls: neither formatting nor keeping costs anything
+};
+void SetLogCapture(LogCapture mode);
+
+// Runs for every formatted line, on the thread that logged it, while the sink's handler lock is
+// held: the lock is recursive, so a handler may call into the library (and so log again), and
+// setting another handler waits for a line being handled. An empty function clears it.
+void SetLogHandler(std::function<void(const LogLine&)> handler);
+
+// quvaniLogPrint calls since the start, in any mode.
+size_t LogCallCount();
 
 std::vector<LogLine> CapturedLogs();
 void ClearLogs();
