@@ -16,7 +16,7 @@ namespace {
 
 // A statement as the library's facade writes it: the prefix's three arguments, then the body.
 void LogStatement(const char* message) {
-  quvaniLogPrint(0, 5, "tag", "%s %s(%d): \"Debug:\" \"%s\"", "/src/file.cpp", "Function", 12,
+  quvaniLogPrint(0, 5, "tag", R"(%s %s(%d): "Debug:" "%s")", "/src/file.cpp", "Function", 12,
                  message);
 }
 

@@ -31,12 +31,12 @@ namespace {
 void PutInStore(const std::string& text) {
   cpd::test::SetLogCapture(cpd::test::LogCapture::FORMAT);
   cpd::test::ResetStore();
-  cpd::test::SetStoredValue(cpd::POLICY_STORE_KEY, text);
+  cpd::test::SetStoredValue(cpd::policy::POLICY_STORE_KEY, text);
 }
 
 std::string TakeFromStore(size_t& writes) {
   writes = cpd::test::CountStoreCalls("SetSecure");
-  return cpd::test::StoredValue(cpd::POLICY_STORE_KEY);
+  return cpd::test::StoredValue(cpd::policy::POLICY_STORE_KEY);
 }
 
 struct Model {

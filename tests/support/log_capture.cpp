@@ -90,10 +90,10 @@ bool WaitForLogBody(const std::string& body, size_t count, std::chrono::millisec
 }
 
 std::string DebugBody(const std::string& message) {
-  return "\"Debug:\" \"" + message + "\"";
+  return R"("Debug:" ")" + message + R"(")";
 }
 std::string ErrorBody(const std::string& message) {
-  return "\"Error:\" \"" + message + "\"";
+  return R"("Error:" ")" + message + R"(")";
 }
 
 namespace {
@@ -101,29 +101,6 @@ namespace {
 // Every statement's format starts with this prefix; the rest formats the statement's own
 // arguments.
 constexpr const char* PREFIX = "%s %s(%d): ";
-
-__attribute__((format(printf, 4, 0))) LogLine MakeLine(int reserved, int level, const char* tag,
-                                                       const char* format, va_list arguments) {
-  LogLine line;
-  line.first = reserved;
-  line.level = level;
-  line.tag = tag != nullptr ? tag : "<null>";
-  line.format = format;
-  line.thread = std::this_thread::get_id();
-  va_list whole;
-  va_copy(whole, arguments);
-  line.text = FormatText(format, whole);
-  va_end(whole);
-  if (std::strncmp(format, PREFIX, std::strlen(PREFIX)) == 0) {
-    const char* file = va_arg(arguments, const char*);
-    const char* function = va_arg(arguments, const char*);
-    line.line = va_arg(arguments, int);
-    line.file = file != nullptr ? file : "<null>";
-    line.function = function != nullptr ? function : "<null>";
-    line.body = FormatText(format + std::strlen(PREFIX), arguments);
-  }
-  return line;
-}
 
 void Deliver(LogLine line) {
   Captured& state = State();
@@ -151,19 +128,29 @@ extern "C" __attribute__((visibility("default"))) void quvaniLogPrint(int reserv
   if (cpd::test::State().mode == cpd::test::LogCapture::COUNT) {
     return;
   }
-  if (format == nullptr) {
-    cpd::test::LogLine line;
-    line.first = reserved;
-    line.level = level;
-    line.tag = tag != nullptr ? tag : "<null>";
-    line.format = "<null>";
-    line.thread = std::this_thread::get_id();
-    cpd::test::Deliver(std::move(line));
-    return;
+  cpd::test::LogLine line;
+  line.first = reserved;
+  line.level = level;
+  line.tag = tag != nullptr ? tag : "<null>";
+  line.format = format != nullptr ? format : "<null>";
+  line.thread = std::this_thread::get_id();
+  if (format != nullptr) {
+    va_list arguments;
+    va_start(arguments, format);
+    va_list whole;
+    va_copy(whole, arguments);
+    line.text = cpd::test::FormatText(format, whole);
+    va_end(whole);
+    const size_t prefixLength = std::strlen(cpd::test::PREFIX);
+    if (std::strncmp(format, cpd::test::PREFIX, prefixLength) == 0) {
+      const char* file = va_arg(arguments, const char*);
+      const char* function = va_arg(arguments, const char*);
+      line.line = va_arg(arguments, int);
+      line.file = file != nullptr ? file : "<null>";
+      line.function = function != nullptr ? function : "<null>";
+      line.body = cpd::test::FormatText(format + prefixLength, arguments);
+    }
+    va_end(arguments);
   }
-  va_list arguments;
-  va_start(arguments, format);
-  cpd::test::LogLine line = cpd::test::MakeLine(reserved, level, tag, format, arguments);
-  va_end(arguments);
   cpd::test::Deliver(std::move(line));
 }

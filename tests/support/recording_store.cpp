@@ -144,12 +144,13 @@ SDConfig* SDConfig::GetInstance() {
   return cpd::test::State().available ? &instance : nullptr;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
 std::string SDConfig::GetSecure(const std::string& key) {
   cpd::test::RunHook("GetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   const auto found = state.values.find(key);
-  const std::string value = found != state.values.end() && !state.throwing ? found->second : "";
+  std::string value = found != state.values.end() && !state.throwing ? found->second : "";
   cpd::test::Record(state, {"GetSecure", key, value, !state.throwing, std::this_thread::get_id(),
                             std::chrono::steady_clock::now()});
   if (state.throwing) {
@@ -158,6 +159,7 @@ std::string SDConfig::GetSecure(const std::string& key) {
   return value;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
 bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
   cpd::test::RunHook("SetSecure");
   cpd::test::StoreState& state = cpd::test::State();
