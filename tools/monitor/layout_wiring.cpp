@@ -84,6 +84,17 @@ RawInput WiringOf(uint16_t layout, Control control) {
   return RawInputOf(cpd::LayoutBinding(layout, RowOf(control).id));
 }
 
+RawInput StickWiring(uint16_t layout, size_t stickAxis) {
+  // Each stick axis is named by its positive end, which the layout reads from the same axis.
+  constexpr std::array<cpd::InputId, STICK_AXIS_COUNT> POSITIVE_ENDS = {
+      cpd::InputId::LEFT_STICK_RIGHT, cpd::InputId::LEFT_STICK_DOWN,
+      cpd::InputId::RIGHT_STICK_RIGHT, cpd::InputId::RIGHT_STICK_DOWN};
+  if (stickAxis >= POSITIVE_ENDS.size()) {
+    return {};
+  }
+  return RawInputOf(cpd::LayoutBinding(layout, POSITIVE_ENDS[stickAxis]));
+}
+
 uint16_t ButtonBit(Control control) {
   const auto found = cpd::XboxButtonBits.find(RowOf(control).id);
   return found != cpd::XboxButtonBits.end() ? found->second : 0;
