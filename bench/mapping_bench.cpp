@@ -3,7 +3,8 @@
 // equivalent mapping. Controls stay at rest, so the translation logs nothing.
 //
 // Counters per iteration: allocs/report (global operator new calls), log_lines/report (calls of
-// this program's own silent quvaniLogPrint) and sdl_updates/report (SDL_JoystickUpdate calls).
+// the shared log sink, which only counts them here) and sdl_updates/report (SDL_JoystickUpdate
+// calls).
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
@@ -13,14 +14,13 @@
 #include <vector>
 
 #include "allocation_counter.h"
-#include "common/log_sink.h"
 #include "joystick_mapping/layouts.h"
 #include "joystick_mapping/report_translation.h"
+#include "log_capture.h"
 #include "virtual_joystick.h"
 
 namespace {
 
-std::atomic<size_t> gLogLines{0};
 std::atomic<size_t> gUpdates{0};
 std::atomic<bool> gSkipUpdates{false};
 
@@ -36,12 +36,6 @@ extern "C" void SDL_JoystickUpdate(void) {
   if (!gSkipUpdates.load(std::memory_order_relaxed) && sdlUpdate != nullptr) {
     sdlUpdate();
   }
-}
-
-// The bench's own log sink: counts and discards, so logging cost never enters the numbers.
-extern "C" void quvaniLogPrint(int /*first*/, int /*level*/, const char* /*tag*/,
-                               const char* /*format*/, ...) {
-  gLogLines.fetch_add(1, std::memory_order_relaxed);
 }
 
 namespace {
@@ -108,14 +102,14 @@ void Measure(benchmark::State& state, Body body) {
     return;
   }
   const size_t allocationsBefore = cpd::bench::AllocationCount();
-  const size_t logLinesBefore = gLogLines.load();
+  const size_t logLinesBefore = cpd::test::LogCallCount();
   const size_t updatesBefore = gUpdates.load();
   for (auto _ : state) {
     body();
   }
   // Read every count before the counters map allocates its entries.
   const size_t allocations = cpd::bench::AllocationCount() - allocationsBefore;
-  const size_t logLines = gLogLines.load() - logLinesBefore;
+  const size_t logLines = cpd::test::LogCallCount() - logLinesBefore;
   const size_t updates = gUpdates.load() - updatesBefore;
   const auto iterations = static_cast<double>(state.iterations());
   state.counters["allocs/report"] = static_cast<double>(allocations) / iterations;

@@ -10,26 +10,11 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
-#include <map>
-#include <mutex>
 
-#include "common/log_sink.h"
-#include "cpd_joystick/sd_config.h"
+#include "recording_store.h"
 #include "sdl_sim.h"
 
-// The bench host brings its own silent sink, as a client with its own log library would, so that
-// formatting and writing log lines is not part of what is measured.
-extern "C" void quvaniLogPrint(int /*unused*/, int /*level*/, const char* /*tag*/,
-                               const char* /*format*/, ...) {}
-
 namespace {
-
-std::mutex gStoreMutex;
-
-std::map<std::string, std::string>& StoreValues() {
-  static auto* values = new std::map<std::string, std::string>();  // outlives the watcher
-  return *values;
-}
 
 double Seconds(const timespec& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
@@ -43,38 +28,7 @@ double ClockSeconds(clockid_t clock) {
 
 }  // namespace
 
-// The bench's secure store keeps the policy document in memory: the user's store file stays as
-// it is, and no disk write is part of any measurement.
-namespace sd {
-
-SDConfig* SDConfig::GetInstance() {
-  static SDConfig instance;
-  return &instance;
-}
-
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
-std::string SDConfig::GetSecure(const std::string& key) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  const auto found = StoreValues().find(key);
-  return found != StoreValues().end() ? found->second : std::string();
-}
-
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
-bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  StoreValues()[key] = value;
-  return true;
-}
-
-}  // namespace sd
-
 namespace cpd::bench {
-
-const PadModel XBOX_PAD{"Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1};
-const PadModel DUALSENSE_PAD{"DualSense Wireless Controller", 0x054c, 0x0ce6, 6, 15, 1};
-const PadModel SWITCH_PAD{"Nintendo Switch Pro Controller", 0x057e, 0x2009, 6, 15, 1};
-const PadModel GENERIC_PAD{"Generic USB Joystick", 0x0079, 0x0006, 4, 12, 1};
-const PadModel PEN_TABLET{"Wacom Intuos Pen", 0x056a, 0x0374, 6, 4, 0};
 
 const std::vector<PadModel>& GamePadModels() {
   static const std::vector<PadModel> models = {XBOX_PAD, DUALSENSE_PAD, SWITCH_PAD, GENERIC_PAD};
@@ -97,9 +51,8 @@ JoystickDataPacket CopyPacket(const JoystickDataPacket* data) {
 }
 
 size_t StoredBytes() {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
   size_t bytes = 0;
-  for (const auto& entry : StoreValues()) {
+  for (const auto& entry : cpd::test::StoredValues()) {
     bytes += entry.second.size();
   }
   return bytes;

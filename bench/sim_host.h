@@ -1,6 +1,6 @@
-// What the benchmarks that drive the shipped library on the SDL2 simulator share: a silent log
-// sink and an in-memory secure store (both defined in sim_host.cpp, so the user's own store file
-// is never touched), the controller models they plug, and readings of CPU time, memory and load.
+// What the benchmarks that drive the shipped library on the SDL2 simulator share: the controller
+// models they plug (the simulator's catalogue) and readings of CPU time, memory and load. The log
+// sink and the in-memory store are the shared test doubles, set quiet (quiet_doubles.cpp).
 #pragma once
 
 #include <sys/types.h>
@@ -11,23 +11,16 @@
 #include <vector>
 
 #include "cpd_joystick/joystick_api.h"
+#include "pad_models.h"
 
 namespace cpd::bench {
 
-struct PadModel {
-  const char* name;
-  uint16_t vid;
-  uint16_t pid;
-  int axes;
-  int buttons;
-  int hats;
-};
-
-extern const PadModel XBOX_PAD;
-extern const PadModel DUALSENSE_PAD;
-extern const PadModel SWITCH_PAD;
-extern const PadModel GENERIC_PAD;
-extern const PadModel PEN_TABLET;
+using sim::DUALSENSE_PAD;
+using sim::GENERIC_PAD;
+using sim::PadModel;
+using sim::PEN_TABLET;
+using sim::SWITCH_PAD;
+using sim::XBOX_PAD;
 
 // Four different game controllers, for benches that plug several.
 const std::vector<PadModel>& GamePadModels();
@@ -48,7 +41,7 @@ class QuietListener : public CpdJoystickNotify {
   void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
 };
 
-// Bytes of all values in the bench's in-memory secure store (the policy document).
+// Bytes of all values in the in-memory secure store (the policy document).
 size_t StoredBytes();
 
 // CPU time of the whole process and of the calling thread, in seconds.

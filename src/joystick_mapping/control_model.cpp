@@ -8,33 +8,16 @@ namespace cpd {
 
 namespace {
 
+// clang-format off
 constexpr std::array<const char*, INPUT_ID_COUNT> INPUT_ID_NAMES = {
-    "DPAD_UP",
-    "DPAD_DOWN",
-    "DPAD_LEFT",
-    "DPAD_RIGHT",
-    "START",
-    "BACK",
-    "LEFT_THUMB",
-    "RIGHT_THUMB",
-    "LEFT_SHOULDER",
-    "RIGHT_SHOULDER",
-    "GUIDE",
-    "A",
-    "B",
-    "X",
-    "Y",
-    "LEFT_TRIGGER",
-    "RIGHT_TRIGGER",
-    "LEFT_STICK_LEFT",
-    "LEFT_STICK_UP",
-    "LEFT_STICK_RIGHT",
-    "LEFT_STICK_DOWN",
-    "RIGHT_STICK_LEFT",
-    "RIGHT_STICK_UP",
-    "RIGHT_STICK_RIGHT",
-    "RIGHT_STICK_DOWN",
+    "DPAD_UP", "DPAD_DOWN", "DPAD_LEFT", "DPAD_RIGHT",
+    "START", "BACK", "LEFT_THUMB", "RIGHT_THUMB", "LEFT_SHOULDER", "RIGHT_SHOULDER", "GUIDE",
+    "A", "B", "X", "Y",
+    "LEFT_TRIGGER", "RIGHT_TRIGGER",
+    "LEFT_STICK_LEFT", "LEFT_STICK_UP", "LEFT_STICK_RIGHT", "LEFT_STICK_DOWN",
+    "RIGHT_STICK_LEFT", "RIGHT_STICK_UP", "RIGHT_STICK_RIGHT", "RIGHT_STICK_DOWN",
 };
+// clang-format on
 
 constexpr std::array<const char*, 7> INPUT_TYPE_NAMES = {
     "UNSET", "DPAD", "STICK", "THUMB", "TRIGGER", "SHOULDER", "BUTTON",

@@ -1,116 +1,24 @@
-// The six layouts: one table per layout, side by side, read by one install routine.
+// The one install routine that writes a layout of the table (layout_table.h) into a mapping.
 #include "joystick_mapping/layouts.h"
 
 #include <array>
-#include <optional>
 
 #include "common/log.h"
+#include "joystick_mapping/layout_table.h"
 
 namespace cpd {
 
 namespace {
 
-// Which SDL input stands behind a control. A cell reads the kind of input its control is named
-// for (ClassifyInputType); a cell with a forced type reads another kind, as a d-pad wired to four
-// buttons or triggers that are plain buttons.
-struct LayoutCell {
-  int32_t index;
-  int32_t value;
-  std::optional<InputType> forcedType;
-};
-
-constexpr int32_t UP = 1;
-constexpr int32_t RIGHT = 2;
-constexpr int32_t DOWN = 4;
-constexpr int32_t LEFT = 8;
-static_assert(UP == SDL_HAT_UP && RIGHT == SDL_HAT_RIGHT && DOWN == SDL_HAT_DOWN &&
-                  LEFT == SDL_HAT_LEFT,
+static_assert(layout_cells::UP == SDL_HAT_UP && layout_cells::RIGHT == SDL_HAT_RIGHT &&
+                  layout_cells::DOWN == SDL_HAT_DOWN && layout_cells::LEFT == SDL_HAT_LEFT,
               "d-pad cells carry SDL's own hat bits");
-constexpr int32_t NEG = AXIS_NEGATIVE_END;
-constexpr int32_t POS = AXIS_POSITIVE_END;
-
-// Hat, Axis and Button only say for the reader what the control's own kind reads.
-constexpr LayoutCell Hat(int32_t hat, int32_t bit) {
-  return {hat, bit, std::nullopt};
-}
-constexpr LayoutCell Axis(int32_t axis, int32_t end) {
-  return {axis, end, std::nullopt};
-}
-constexpr LayoutCell Button(int32_t button) {
-  return {button, BUTTON_PRESSED, std::nullopt};
-}
-constexpr LayoutCell AsButton(int32_t button) {
-  return {button, BUTTON_PRESSED, InputType::BUTTON};
-}
-// Every layout carries a GUIDE cell although no installation reaches GUIDE; it is kept so the
-// tables stay complete and alike.
-constexpr LayoutCell Unbound(int32_t index) {
-  return {index, 1, InputType::UNSET};
-}
-
-enum Column : size_t { XBOX, SWITCH, SWITCH2, LOGIC, DUALSENSE, ANDROID, COLUMN_COUNT };
-
-constexpr std::array<MappingIndex, COLUMN_COUNT> COLUMN_KINDS = {
-    MAPPING_XBOX,  MAPPING_SWITCH_MOD1, MAPPING_SWITCH_MOD2,
-    MAPPING_LOGIC, MAPPING_PS,          MAPPING_ANDROID,
-};
 
 // The layout operation each column stands for: its binding lines carry that operation's name.
 constexpr std::array<const char*, COLUMN_COUNT> COLUMN_OPERATIONS = {
     "setXboxSDLMapping",           "setSwitchSDLMapping",    "setSwitch2SDLMapping",
     "setLogicRumblepadSDLMapping", "setDualSenseSDLMapping", "setAndroidSDLMapping",
 };
-
-struct LayoutRow {
-  InputId control;
-  std::array<LayoutCell, COLUMN_COUNT> cells;
-};
-
-using I = InputId;
-
-// DualSense and Switch2 are identical binding for binding on purpose: the two kinds are offered
-// separately to the host. Switch swaps A/B and X/Y against Switch2. Android skips button 2 and
-// crosses its triggers.
-// clang-format off
-constexpr std::array<LayoutRow, INPUT_ID_COUNT> LAYOUTS = {{
-//   control                Xbox (6)       Switch (2)     Switch2 (3)    Logic (5)      DualSense (1)  Android (4)
-    {I::DPAD_UP,           {Hat(0, UP),    AsButton(11),  AsButton(11),  Hat(0, UP),    AsButton(11),  Hat(0, UP)}},
-    {I::DPAD_DOWN,         {Hat(0, DOWN),  AsButton(12),  AsButton(12),  Hat(0, DOWN),  AsButton(12),  Hat(0, DOWN)}},
-    {I::DPAD_LEFT,         {Hat(0, LEFT),  AsButton(13),  AsButton(13),  Hat(0, LEFT),  AsButton(13),  Hat(0, LEFT)}},
-    {I::DPAD_RIGHT,        {Hat(0, RIGHT), AsButton(14),  AsButton(14),  Hat(0, RIGHT), AsButton(14),  Hat(0, RIGHT)}},
-    {I::START,             {Button(7),     Button(6),     Button(6),     Button(9),     Button(6),     Button(11)}},
-    {I::BACK,              {Button(6),     Button(4),     Button(4),     Button(8),     Button(4),     Button(10)}},
-    {I::LEFT_THUMB,        {Button(8),     Button(7),     Button(7),     Button(10),    Button(7),     Button(13)}},
-    {I::RIGHT_THUMB,       {Button(9),     Button(8),     Button(8),     Button(11),    Button(8),     Button(14)}},
-    {I::LEFT_SHOULDER,     {Button(4),     Button(9),     Button(9),     Button(4),     Button(9),     Button(6)}},
-    {I::RIGHT_SHOULDER,    {Button(5),     Button(10),    Button(10),    Button(5),     Button(10),    Button(7)}},
-    {I::GUIDE,             {Unbound(10),   Unbound(10),   Unbound(10),   Unbound(10),   Unbound(10),   Unbound(10)}},
-    {I::A,                 {Button(0),     Button(1),     Button(0),     Button(1),     Button(0),     Button(0)}},
-    {I::B,                 {Button(1),     Button(0),     Button(1),     Button(2),     Button(1),     Button(1)}},
-    {I::X,                 {Button(2),     Button(3),     Button(2),     Button(0),     Button(2),     Button(3)}},
-    {I::Y,                 {Button(3),     Button(2),     Button(3),     Button(3),     Button(3),     Button(4)}},
-    {I::LEFT_TRIGGER,      {Axis(4, POS),  Axis(4, POS),  Axis(4, POS),  AsButton(6),   Axis(4, POS),  Axis(5, POS)}},
-    {I::RIGHT_TRIGGER,     {Axis(5, POS),  Axis(5, POS),  Axis(5, POS),  AsButton(7),   Axis(5, POS),  Axis(4, POS)}},
-    {I::LEFT_STICK_LEFT,   {Axis(0, NEG),  Axis(0, NEG),  Axis(0, NEG),  Axis(0, NEG),  Axis(0, NEG),  Axis(0, NEG)}},
-    {I::LEFT_STICK_UP,     {Axis(1, NEG),  Axis(1, NEG),  Axis(1, NEG),  Axis(1, NEG),  Axis(1, NEG),  Axis(1, NEG)}},
-    {I::LEFT_STICK_RIGHT,  {Axis(0, POS),  Axis(0, POS),  Axis(0, POS),  Axis(0, POS),  Axis(0, POS),  Axis(0, POS)}},
-    {I::LEFT_STICK_DOWN,   {Axis(1, POS),  Axis(1, POS),  Axis(1, POS),  Axis(1, POS),  Axis(1, POS),  Axis(1, POS)}},
-    {I::RIGHT_STICK_LEFT,  {Axis(2, NEG),  Axis(2, NEG),  Axis(2, NEG),  Axis(2, NEG),  Axis(2, NEG),  Axis(2, NEG)}},
-    {I::RIGHT_STICK_UP,    {Axis(3, NEG),  Axis(3, NEG),  Axis(3, NEG),  Axis(3, NEG),  Axis(3, NEG),  Axis(3, NEG)}},
-    {I::RIGHT_STICK_RIGHT, {Axis(2, POS),  Axis(2, POS),  Axis(2, POS),  Axis(2, POS),  Axis(2, POS),  Axis(2, POS)}},
-    {I::RIGHT_STICK_DOWN,  {Axis(3, POS),  Axis(3, POS),  Axis(3, POS),  Axis(3, POS),  Axis(3, POS),  Axis(3, POS)}},
-}};
-// clang-format on
-
-constexpr bool RowsFollowControlNumbers() {
-  for (size_t row = 0; row < LAYOUTS.size(); ++row) {
-    if (static_cast<size_t>(LAYOUTS[row].control) != row) {
-      return false;
-    }
-  }
-  return true;
-}
-static_assert(RowsFollowControlNumbers(), "row n of the layouts is control n");
 
 // The controls a layout writes, group by group. GUIDE is in no group, so it is never written.
 std::vector<InputId> WorkingList(const JoystickMapping& mapping) {
@@ -129,9 +37,7 @@ void writeBindings(JoystickMapping& mapping, const std::vector<InputId>& control
     if (row >= LAYOUTS.size()) {
       continue;
     }
-    const LayoutCell& cell = LAYOUTS[row].cells[column];
-    const InputType type = cell.forcedType.value_or(ClassifyInputType(InputIdToString(control)));
-    mapping.bindings[control] = InputBinding{type, cell.index, cell.value};
+    mapping.bindings[control] = BindingOf(control, LAYOUTS[row].cells[column]);
   }
 }
 

@@ -10,38 +10,33 @@
 #include <json/json.h>
 
 #include <cctype>
-#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
-#include "common/log_sink.h"
-#include "cpd_joystick/sd_config.h"
 #include "joystick_policy/joystick_policy.h"
 #include "joystick_policy/policy_document.h"
+#include "log_capture.h"
+#include "recording_store.h"
 
 namespace {
 
-std::mutex gStoreMutex;
-std::string gStoredText;
-int gWrites = 0;
-
+// The shared in-memory store holds the document; the shared sink formats every line, so that an
+// argument that does not fit its conversion shows up, and keeps none.
 void PutInStore(const std::string& text) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  gStoredText = text;
-  gWrites = 0;
+  cpd::test::SetLogCapture(cpd::test::LogCapture::FORMAT);
+  cpd::test::ResetStore();
+  cpd::test::SetStoredValue(cpd::policy::POLICY_STORE_KEY, text);
 }
 
-std::string TakeFromStore(int& writes) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  writes = gWrites;
-  return gStoredText;
+std::string TakeFromStore(size_t& writes) {
+  writes = cpd::test::CountStoreCalls("SetSecure");
+  return cpd::test::StoredValue(cpd::policy::POLICY_STORE_KEY);
 }
 
 struct Model {
@@ -111,39 +106,6 @@ bool Parses(const std::string& text) {
 
 }  // namespace
 
-namespace sd {
-
-SDConfig* SDConfig::GetInstance() {
-  static SDConfig instance;
-  return &instance;
-}
-
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
-std::string SDConfig::GetSecure(const std::string& /*key*/) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  return gStoredText;
-}
-
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
-bool SDConfig::SetSecure(const std::string& /*key*/, const std::string& value) {
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  gStoredText = value;
-  ++gWrites;
-  return true;
-}
-
-}  // namespace sd
-
-// Formats every line, so that an argument that does not fit its conversion shows up.
-extern "C" void quvaniLogPrint(int /*unused*/, int /*level*/, const char* /*tag*/,
-                               const char* format, ...) {
-  char line[128];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line, sizeof line, format, arguments);
-  va_end(arguments);
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 7) {
     return 0;
@@ -171,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     policy->SetMappingIndex(chosen.vid, chosen.pid, mappingIndex, "fuzz");
   }  // the watcher has written the change, at the latest in its last pass
 
-  int writes = 0;
+  size_t writes = 0;
   const std::string stored = TakeFromStore(writes);
   if (chosen.vid == 0) {
     if (writes != 0) {

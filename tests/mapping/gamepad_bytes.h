@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "hex_dump.h"
 #include "joystick_mapping/xbox_gamepad.h"
 
 namespace cpd::test {
@@ -26,12 +27,12 @@ inline std::string HostBytes(const XboxGamepad& gamepad) {
   std::array<uint8_t, 12> bytes{};
   static_assert(sizeof(XboxGamepad) == 12, "twelve bytes");
   std::memcpy(bytes.data(), &gamepad, bytes.size());
+  constexpr std::array<size_t, 7> FIELD_SIZES = {2, 1, 1, 2, 2, 2, 2};
   std::string text;
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    char digits[3];
-    std::snprintf(digits, sizeof digits, "%02x", bytes[i]);
-    const bool fieldStart = i == 2 || i == 3 || i == 4 || i == 6 || i == 8 || i == 10;
-    text += (fieldStart ? " " : "") + std::string(digits);
+  size_t start = 0;
+  for (const size_t size : FIELD_SIZES) {
+    text += (start > 0 ? " " : "") + HexBytes(bytes.data() + start, size);
+    start += size;
   }
   return text;
 }

@@ -1,5 +1,5 @@
-// The monitor drives simulated pads through its own table of which raw input each layout reads.
-// Here that table meets the shipped library: for every layout, each control pressed through the
+// The monitor drives simulated pads through its reading of the library's layout table. Here that
+// reading meets the shipped library: for every layout, each control pressed through the
 // table must come out of the library as that control's bit, trigger or stick, and nothing else.
 #include <gtest/gtest.h>
 

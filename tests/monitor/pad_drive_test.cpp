@@ -160,6 +160,21 @@ TEST(LayoutWiring, TheWellKnownPadsHaveEveryInputTheirLayoutReads) {
   }
 }
 
+TEST(LayoutWiring, SticksComeFromTheLibrarysTableAndMoveBeforeALayoutIsKnown) {
+  for (uint16_t layout = 1; layout <= 6; ++layout) {
+    for (size_t axis = 0; axis < STICK_AXIS_COUNT; ++axis) {
+      const RawInput wired = StickWiring(layout, axis);
+      EXPECT_EQ(wired.kind, RawKind::AXIS) << layout << " " << axis;
+      EXPECT_EQ(wired.index, static_cast<int>(axis)) << layout;
+    }
+  }
+  EXPECT_EQ(StickWiring(0, 0).kind, RawKind::NONE);
+  EXPECT_EQ(StickWiring(XBOX, STICK_AXIS_COUNT).kind, RawKind::NONE);
+  DriveState drive;
+  StepStick(drive, RIGHT_STICK_Y_AXIS, +1);
+  EXPECT_GT(RawStateFor(drive, 0, FULL_PAD).axes[3], 0);
+}
+
 TEST(PadCatalogue, PathsAreReusedOncePadsLeave) {
   EXPECT_EQ(FreeDevicePath({}), "/dev/input/event20");
   EXPECT_EQ(FreeDevicePath({"/dev/input/event20", "/dev/input/event22"}), "/dev/input/event21");

@@ -112,7 +112,7 @@ TEST(MonitorProgram, SigtermEndsTheRunCleanly) {
   RunOptions options;
   options.timeout = std::chrono::seconds(60);
   options.terminateWhen = [](const std::string& out) {
-    return out.find(R"({"type":"packet")") != std::string::npos;
+    return out.find(R"("type":"packet")") != std::string::npos;
   };
   const ProgramRun run = RunMonitor({"--simulate", "--plug", "xbox", "--json"}, options);
   EXPECT_FALSE(run.timedOut);

@@ -134,7 +134,7 @@ void ExpectEachListBeforeItsEvent(const Lines& lines) {
     }
     ASSERT_GT(before, 0U);
     const Json::Value& list = lines[before - 1];
-    EXPECT_EQ(list["type"].asString(), "devices");
+    EXPECT_EQ(list["type"].asString(), "devices") << "before the event: " << list;
     EXPECT_NE(lines[index]["record"]["message"].asString().find(
                   "joystickNum: " + std::to_string(list["count"].asInt())),
               std::string::npos);

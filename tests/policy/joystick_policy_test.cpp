@@ -143,9 +143,9 @@ void AskForThePolicyFromInsideTheStore(const std::string& operation) {
 
 TEST_F(PolicyStore, StoreThatAsksForThePolicyWhileLoadingItGetsNoneInsteadOfADeadlock) {
   cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
-  cpd::test::SetStoreHook(&AskForThePolicyFromInsideTheStore);
+  cpd::test::SetStoreCallHook(&AskForThePolicyFromInsideTheStore);
   const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance();
-  cpd::test::SetStoreHook(nullptr);
+  cpd::test::SetStoreCallHook(nullptr);
   ASSERT_NE(policy, nullptr);
   EXPECT_EQ(gNestedAsks.load(), 1);
   EXPECT_EQ(gNestedAnswers.load(), 0);
@@ -167,7 +167,7 @@ void SlowGetSecure(const std::string& operation) {
 }
 
 TEST_F(PolicyStore, ThreadsThatAskWhileASlowStoreLoadsGetTheSameInstance) {
-  cpd::test::SetStoreHook(&SlowGetSecure);
+  cpd::test::SetStoreCallHook(&SlowGetSecure);
   std::shared_ptr<JoystickPolicy> first;
   std::thread loader([&first] { first = JoystickPolicy::GetInstance(); });
   while (!gSlowLoadStarted.load()) {
@@ -175,7 +175,7 @@ TEST_F(PolicyStore, ThreadsThatAskWhileASlowStoreLoadsGetTheSameInstance) {
   }
   const std::shared_ptr<JoystickPolicy> second = JoystickPolicy::GetInstance();
   loader.join();
-  cpd::test::SetStoreHook(nullptr);
+  cpd::test::SetStoreCallHook(nullptr);
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(first, second);
   EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
@@ -196,10 +196,10 @@ void ChooseFromInsideSetSecure(const std::string& operation) {
 TEST_F(PolicyStore, ChoiceMadeFromInsideSetSecureIsWrittenByTheNextPass) {
   auto policy = Started();
   gReentrantPolicy = policy.get();
-  cpd::test::SetStoreHook(&ChooseFromInsideSetSecure);
+  cpd::test::SetStoreCallHook(&ChooseFromInsideSetSecure);
   policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
   ASSERT_TRUE(WaitForStoreCalls("SetSecure", 2));
-  cpd::test::SetStoreHook(nullptr);
+  cpd::test::SetStoreCallHook(nullptr);
   gReentrantPolicy = nullptr;
   EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
 }

@@ -78,8 +78,8 @@ void StoreCallsEveryExport(const std::string& /*operation*/) {
 // Removes the callbacks and waits until none is running any more, so nothing calls into the
 // library once the test ends.
 void RemoveCallbacks() {
-  SetLogHook(nullptr);
-  SetStoreHook(nullptr);
+  SetLogHandler(nullptr);
+  SetStoreCallHook(nullptr);
   while (gCallbacksRunning.load() != 0) {
     std::this_thread::sleep_for(1ms);
   }
@@ -100,7 +100,7 @@ void PlayWhileChangingLayouts(int pad, std::chrono::milliseconds duration) {
 TEST_F(HostCallback, SinkThatCallsEveryExportOnEveryLineNeverDeadlocks) {
   Watchdog watchdog(120s);
   const int pad = Plug(XBOX_PAD, "/dev/input/event20");
-  SetLogHook(&SinkCallsEveryExport);
+  SetLogHandler(&SinkCallsEveryExport);
   Register();
   ASSERT_TRUE(WaitForDevListUpdates(1));
   PlayWhileChangingLayouts(pad, 1500ms);
@@ -125,7 +125,7 @@ TEST_F(HostCallback, SinkThatCallsEveryExportOnEveryLineNeverDeadlocks) {
 TEST_F(HostCallback, StoreThatCallsEveryExportFromInsideItsCallsNeverDeadlocks) {
   Watchdog watchdog(120s);
   const int pad = Plug(XBOX_PAD, "/dev/input/event20");
-  SetStoreHook(&StoreCallsEveryExport);
+  SetStoreCallHook(&StoreCallsEveryExport);
   Register();
   ASSERT_TRUE(WaitForDevListUpdates(1));
   PlayWhileChangingLayouts(pad, 1500ms);
@@ -155,10 +155,10 @@ TEST_F(HostCallback, UnregisterFromTheSinkOnThePollingThreadIsRefusedAndPollingR
   Watchdog watchdog(120s);
   Plug(XBOX_PAD, "/dev/input/event20");
   gSinkTarget = &listener;
-  SetLogHook(&UnregisterOnThePollingThread);
+  SetLogHandler(&UnregisterOnThePollingThread);
   Register();
   ASSERT_TRUE(WaitForPackets(5));  // the refused call changed nothing
-  SetLogHook(nullptr);
+  SetLogHandler(nullptr);
   char pointer[32];
   std::snprintf(pointer, sizeof pointer, "%p", static_cast<void*>(&listener));
   EXPECT_EQ(CountLogBody(ErrorBody(std::string(pointer) +

@@ -202,12 +202,10 @@ TEST_F(LogOrigin, ADocumentThatIsNotJsonIsReportedByTheLookup) {
 }
 
 TEST_F(LogOrigin, EveryLayoutChosenByNameLogsUnderItsOwnOperation) {
-  const PadModel rumblepad{"Logitech Cordless Rumblepad 2", 0x046d, 0xc219, 4, 12, 1};
-  const PadModel mobapad{"Mobapad Pro-HD", 0x1234, 0x5678, 6, 15, 1};
   Plug(DUALSENSE_PAD, "/dev/input/event20");
   Plug(SWITCH_PAD, "/dev/input/event21");
-  Plug(rumblepad, "/dev/input/event22");
-  Plug(mobapad, "/dev/input/event23");
+  Plug(sim::RUMBLEPAD_PAD, "/dev/input/event22");
+  Plug(sim::MOBAPAD_PAD, "/dev/input/event23");
   Register();
   ASSERT_TRUE(WaitForDevListUpdates(1));
   Unregister();

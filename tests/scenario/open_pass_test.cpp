@@ -142,10 +142,10 @@ TEST_F(OpenPass, AStopDuringTheOpenPassPublishesNoPartialList) {
   Plug(XBOX_PAD, "/dev/input/event20");
   Plug(DUALSENSE_PAD, "/dev/input/event21");
   gStopTarget = &listener;
-  SetLogHook(&StopAfterFirstBaseline);
+  SetLogHandler(&StopAfterFirstBaseline);
   JoysticAPI_RegsisterNotify(&listener);
   ASSERT_TRUE(WaitForLog(DebugBody("joystick exit\\n")));
-  SetLogHook(nullptr);
+  SetLogHandler(nullptr);
   EXPECT_TRUE(JoysticAPI_GetDevList().empty());
   // The next registration starts a clean run that lists both.
   Register();

@@ -6,12 +6,6 @@
 
 namespace cpd::test {
 
-const PadModel XBOX_PAD{"Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1};
-const PadModel DUALSENSE_PAD{"DualSense Wireless Controller", 0x054c, 0x0ce6, 6, 15, 1};
-const PadModel SWITCH_PAD{"Nintendo Switch Pro Controller", 0x057e, 0x2009, 6, 15, 1};
-const PadModel GENERIC_PAD{"Generic USB Joystick", 0x0079, 0x0006, 4, 12, 1};
-const PadModel PEN_TABLET{"Wacom Intuos Pen", 0x056a, 0x0374, 6, 4, 0};
-
 int Plug(const PadModel& model, const std::string& path) {
   return sim_plug(model.name, path.c_str(), model.vid, model.pid, model.axes, model.buttons,
                   model.hats);

@@ -11,27 +11,20 @@
 
 #include "cpd_joystick/joystick_api.h"
 #include "log_capture.h"
+#include "pad_models.h"
 #include "recording_store.h"
 #include "sdl_sim.h"
 #include "test_listener.h"
 
 namespace cpd::test {
 
-// Well-known controllers, as the simulator plugs them.
-struct PadModel {
-  const char* name;
-  uint16_t vid;
-  uint16_t pid;
-  int axes;
-  int buttons;
-  int hats;
-};
-
-extern const PadModel XBOX_PAD;
-extern const PadModel DUALSENSE_PAD;
-extern const PadModel SWITCH_PAD;
-extern const PadModel GENERIC_PAD;
-extern const PadModel PEN_TABLET;
+// Well-known controllers, from the simulator's catalogue.
+using sim::DUALSENSE_PAD;
+using sim::GENERIC_PAD;
+using sim::PadModel;
+using sim::PEN_TABLET;
+using sim::SWITCH_PAD;
+using sim::XBOX_PAD;
 
 int Plug(const PadModel& model, const std::string& path);
 

@@ -4,49 +4,71 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <mutex>
 
 #include "common/log_sink.h"
+#include "printf_text.h"
 
 namespace cpd::test {
 
 namespace {
 
-std::mutex gLogMutex;
-std::condition_variable gLogAdded;
-std::vector<LogLine> gLogs;
-std::atomic<LogHook> gLogHook{nullptr};
+struct Captured {
+  std::mutex mutex;
+  std::condition_variable added;
+  std::vector<LogLine> lines;
+  // The handler is called with no lock held, as a host's own sink would be: it may call into the
+  // library, which may wait for another thread that is logging at the same time.
+  std::mutex handlerMutex;
+  std::condition_variable handlerIdle;
+  std::shared_ptr<const std::function<void(const LogLine&)>> handler;
+  int handlersRunning = 0;  // calls of a handler in progress, on every thread
+  std::atomic<LogCapture> mode{LogCapture::KEEP};
+  std::atomic<size_t> calls{0};
+};
 
-__attribute__((format(printf, 1, 0))) std::string Format(const char* format, va_list arguments) {
-  va_list measure;
-  va_copy(measure, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  if (length < 0) {
-    return "<unformattable>";
-  }
-  std::string text(static_cast<size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  text.resize(static_cast<size_t>(length));
-  return text;
+// Never destroyed: the library may still log while the process ends, after this file's objects
+// would be gone.
+Captured& State() {
+  static auto* state = new Captured;
+  return *state;
 }
 
 }  // namespace
 
-std::vector<LogLine> CapturedLogs() {
-  std::lock_guard<std::mutex> lock(gLogMutex);
-  return gLogs;
+void SetLogCapture(LogCapture mode) {
+  State().mode = mode;
 }
 
-void SetLogHook(LogHook hook) {
-  gLogHook = hook;
+namespace {
+thread_local int tHandlersRunning = 0;  // this thread's share of handlersRunning
+}  // namespace
+
+// Waits until no other thread is inside a handler, so whatever the old handler used may go
+// once this returns; a handler that sets another one does not wait for itself.
+void SetLogHandler(std::function<void(const LogLine&)> handler) {
+  Captured& state = State();
+  std::unique_lock<std::mutex> lock(state.handlerMutex);
+  state.handler = handler ? std::make_shared<const std::function<void(const LogLine&)>>(
+                                std::move(handler))
+                          : nullptr;
+  state.handlerIdle.wait(lock, [&state] { return state.handlersRunning == tHandlersRunning; });
+}
+
+size_t LogCallCount() {
+  return State().calls.load();
+}
+
+std::vector<LogLine> CapturedLogs() {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  return State().lines;
 }
 
 void ClearLogs() {
-  std::lock_guard<std::mutex> lock(gLogMutex);
-  gLogs.clear();
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().lines.clear();
 }
 
 std::vector<std::string> LogBodies() {
@@ -73,58 +95,85 @@ size_t CountLogBody(const std::string& body) {
 }
 
 bool WaitForLogBody(const std::string& body, size_t count, std::chrono::milliseconds timeout) {
-  std::unique_lock<std::mutex> lock(gLogMutex);
-  return gLogAdded.wait_for(lock, timeout, [&] {
-    return static_cast<size_t>(std::count_if(gLogs.begin(), gLogs.end(), [&](const LogLine& line) {
-             return line.body == body;
-           })) >= count;
+  Captured& state = State();
+  std::unique_lock<std::mutex> lock(state.mutex);
+  return state.added.wait_for(lock, timeout, [&] {
+    return static_cast<size_t>(
+               std::count_if(state.lines.begin(), state.lines.end(),
+                             [&](const LogLine& line) { return line.body == body; })) >= count;
   });
 }
 
 std::string DebugBody(const std::string& message) {
-  return "\"Debug:\" \"" + message + "\"";
+  return R"("Debug:" ")" + message + R"(")";
 }
 std::string ErrorBody(const std::string& message) {
-  return "\"Error:\" \"" + message + "\"";
+  return R"("Error:" ")" + message + R"(")";
 }
+
+namespace {
+
+// Every statement's format starts with this prefix; the rest formats the statement's own
+// arguments.
+constexpr const char* PREFIX = "%s %s(%d): ";
+
+void Deliver(LogLine line) {
+  Captured& state = State();
+  std::shared_ptr<const std::function<void(const LogLine&)>> handler;
+  {
+    std::lock_guard<std::mutex> lock(state.handlerMutex);
+    handler = state.handler;
+    state.handlersRunning += handler ? 1 : 0;
+  }
+  if (handler) {
+    ++tHandlersRunning;
+    (*handler)(line);
+    --tHandlersRunning;
+    std::lock_guard<std::mutex> lock(state.handlerMutex);
+    --state.handlersRunning;
+    state.handlerIdle.notify_all();
+  }
+  if (state.mode == LogCapture::KEEP) {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.lines.push_back(std::move(line));
+    state.added.notify_all();
+  }
+}
+
+}  // namespace
 
 }  // namespace cpd::test
 
-extern "C" void quvaniLogPrint(int reserved, int level, const char* tag, const char* format, ...) {
+extern "C" __attribute__((visibility("default"))) void quvaniLogPrint(int reserved, int level,
+                                                                      const char* tag,
+                                                                      const char* format, ...) {
+  cpd::test::State().calls.fetch_add(1);
+  if (cpd::test::State().mode == cpd::test::LogCapture::COUNT) {
+    return;
+  }
   cpd::test::LogLine line;
   line.first = reserved;
   line.level = level;
   line.tag = tag != nullptr ? tag : "<null>";
   line.format = format != nullptr ? format : "<null>";
   line.thread = std::this_thread::get_id();
-
-  va_list arguments;
-  va_start(arguments, format);
-  va_list whole;
-  va_copy(whole, arguments);
-  line.text = cpd::test::Format(format, whole);
-  va_end(whole);
-
-  // Every statement's format starts with this prefix; the rest formats the statement's own
-  // arguments.
-  static constexpr const char* PREFIX = "%s %s(%d): ";
-  if (std::strncmp(format, PREFIX, std::strlen(PREFIX)) == 0) {
-    const char* file = va_arg(arguments, const char*);
-    const char* function = va_arg(arguments, const char*);
-    line.line = va_arg(arguments, int);
-    line.file = file != nullptr ? file : "<null>";
-    line.function = function != nullptr ? function : "<null>";
-    line.body = cpd::test::Format(format + std::strlen(PREFIX), arguments);
+  if (format != nullptr) {
+    va_list arguments;
+    va_start(arguments, format);
+    va_list whole;
+    va_copy(whole, arguments);
+    line.text = cpd::test::FormatText(format, whole);
+    va_end(whole);
+    const size_t prefixLength = std::strlen(cpd::test::PREFIX);
+    if (std::strncmp(format, cpd::test::PREFIX, prefixLength) == 0) {
+      const char* file = va_arg(arguments, const char*);
+      const char* function = va_arg(arguments, const char*);
+      line.line = va_arg(arguments, int);
+      line.file = file != nullptr ? file : "<null>";
+      line.function = function != nullptr ? function : "<null>";
+      line.body = cpd::test::FormatText(format + prefixLength, arguments);
+    }
+    va_end(arguments);
   }
-  va_end(arguments);
-
-  const cpd::test::LogHook hook = cpd::test::gLogHook;
-  {
-    std::lock_guard<std::mutex> lock(cpd::test::gLogMutex);
-    cpd::test::gLogs.push_back(line);
-    cpd::test::gLogAdded.notify_all();
-  }
-  if (hook != nullptr) {
-    hook(line);
-  }
+  cpd::test::Deliver(std::move(line));
 }

@@ -1,7 +1,11 @@
-// A log sink for tests: every quvaniLogPrint call of the code under test is recorded.
+// The one capturing log sink of tests, benches and tools: it defines quvaniLogPrint, so whoever
+// links it receives the library's lines. By default every line is kept; a bench measuring the
+// library switches to counting only, and a tool that shows lines elsewhere hands them on.
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,13 +25,22 @@ struct LogLine {
   std::thread::id thread;
 };
 
-std::vector<LogLine> CapturedLogs();
+enum class LogCapture {
+  KEEP,    // format every line and keep it (the default)
+  FORMAT,  // format every line and hand it to the handler, keep nothing
+  COUNT,   // only count the calls: neither formatting nor keeping costs anything
+};
+void SetLogCapture(LogCapture mode);
 
-// Called with every captured line, on the thread that logged it and after the line is recorded,
-// as a host's sink that does more than print would be. Null removes it. The hook must not rely on
-// anything that ends before the library's threads do.
-using LogHook = void (*)(const LogLine& line);
-void SetLogHook(LogHook hook);
+// Runs for every formatted line, on the thread that logged it and with no lock of the sink held,
+// so a handler may call into the library (and so log again). Setting another handler waits until
+// no other thread is inside the old one. An empty function clears it.
+void SetLogHandler(std::function<void(const LogLine&)> handler);
+
+// quvaniLogPrint calls since the start, in any mode.
+size_t LogCallCount();
+
+std::vector<LogLine> CapturedLogs();
 void ClearLogs();
 
 // The formatted bodies of the captured lines, in order.

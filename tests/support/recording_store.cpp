@@ -1,7 +1,6 @@
 #include "recording_store.h"
 
 #include <algorithm>
-#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <random>
@@ -21,29 +20,37 @@ struct StoreState {
   bool refusing = false;
   double refusalRate = 0.0;
   std::mt19937 random{1};
+  bool recording = true;
+  std::function<void(const std::string&)> hook;
   std::map<std::string, std::string> values;
   std::vector<StoreCall> calls;
 };
 
-std::atomic<StoreHook> gStoreHook{nullptr};
+// Never destroyed: the policy store's watcher may still write while the process ends.
+StoreState& State() {
+  static auto* state = new StoreState;
+  return *state;
+}
 
-void RunStoreHook(const std::string& operation) {
-  const StoreHook hook = gStoreHook;
-  if (hook != nullptr) {
+void RunHook(const std::string& operation) {
+  std::function<void(const std::string&)> hook;
+  {
+    std::lock_guard<std::mutex> lock(State().mutex);
+    hook = State().hook;
+  }
+  if (hook) {
     hook(operation);
   }
 }
 
-StoreState& State() {
-  static StoreState state;
-  return state;
+void Record(StoreState& state, StoreCall call) {
+  if (state.recording) {
+    state.calls.push_back(std::move(call));
+  }
+  state.called.notify_all();
 }
 
 }  // namespace
-
-void SetStoreHook(StoreHook hook) {
-  gStoreHook = hook;
-}
 
 void SetStoreAvailable(bool available) {
   std::lock_guard<std::mutex> lock(State().mutex);
@@ -64,6 +71,21 @@ void SetStoreRefusalRate(double rate, unsigned seed) {
 void SetStoreThrowing(bool throwing) {
   std::lock_guard<std::mutex> lock(State().mutex);
   State().throwing = throwing;
+}
+
+void SetStoreRecording(bool recording) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().recording = recording;
+}
+
+void SetStoreCallHook(std::function<void(const std::string& operation)> hook) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().hook = std::move(hook);
+}
+
+std::map<std::string, std::string> StoredValues() {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  return State().values;
 }
 
 void SetStoredValue(const std::string& key, const std::string& value) {
@@ -101,12 +123,13 @@ bool WaitForStoreCalls(const std::string& operation, size_t count,
 }
 
 void ResetStore() {
-  gStoreHook = nullptr;
   std::lock_guard<std::mutex> lock(State().mutex);
   State().available = true;
   State().refusing = false;
   State().refusalRate = 0.0;
   State().throwing = false;
+  State().recording = true;
+  State().hook = nullptr;
   State().values.clear();
   State().calls.clear();
 }
@@ -121,23 +144,24 @@ SDConfig* SDConfig::GetInstance() {
   return cpd::test::State().available ? &instance : nullptr;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
 std::string SDConfig::GetSecure(const std::string& key) {
-  cpd::test::RunStoreHook("GetSecure");
+  cpd::test::RunHook("GetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   const auto found = state.values.find(key);
-  const std::string value = found != state.values.end() && !state.throwing ? found->second : "";
-  state.calls.push_back({"GetSecure", key, value, !state.throwing, std::this_thread::get_id(),
-                         std::chrono::steady_clock::now()});
-  state.called.notify_all();
+  std::string value = found != state.values.end() && !state.throwing ? found->second : "";
+  cpd::test::Record(state, {"GetSecure", key, value, !state.throwing, std::this_thread::get_id(),
+                            std::chrono::steady_clock::now()});
   if (state.throwing) {
     throw std::runtime_error("store failure");
   }
   return value;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the store's interface
 bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
-  cpd::test::RunStoreHook("SetSecure");
+  cpd::test::RunHook("SetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
   bool accepted = !state.refusing && !state.throwing;
@@ -147,9 +171,8 @@ bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
   if (accepted) {
     state.values[key] = value;
   }
-  state.calls.push_back({"SetSecure", key, value, accepted, std::this_thread::get_id(),
-                         std::chrono::steady_clock::now()});
-  state.called.notify_all();
+  cpd::test::Record(state, {"SetSecure", key, value, accepted, std::this_thread::get_id(),
+                            std::chrono::steady_clock::now()});
   if (state.throwing) {
     throw std::runtime_error("store failure");
   }

@@ -1,8 +1,10 @@
-// A secure store for tests: it keeps values in memory, can be made absent or refusing, and
-// records every call with its thread.
+// The one in-memory secure store of tests, benches and tools: it defines sd::SDConfig's members,
+// keeps values in memory (so no user's store file is touched), can be made absent, refusing or
+// throwing, and records every call with its thread.
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <string>
 #include <thread>
@@ -29,19 +31,22 @@ void SetStoreRefusalRate(double rate, unsigned seed);
 // throwing; nothing is stored.
 void SetStoreThrowing(bool throwing);
 
-// Called at the start of every GetSecure and SetSecure with the operation's name, before the
-// store does anything, as a store that calls back into the library would. Null removes it.
-using StoreHook = void (*)(const std::string& operation);
-void SetStoreHook(StoreHook hook);
+// Whether calls are recorded (the default); a long bench turns it off so the record does not grow.
+void SetStoreRecording(bool recording);
+// Runs at the start of every GetSecure and SetSecure ("GetSecure" or "SetSecure"), on the
+// calling thread and with no lock of the store held, so it may call back into the library. An
+// empty function clears it.
+void SetStoreCallHook(std::function<void(const std::string& operation)> hook);
 
 void SetStoredValue(const std::string& key, const std::string& value);
+std::map<std::string, std::string> StoredValues();
 std::string StoredValue(const std::string& key);
 std::vector<StoreCall> StoreCalls();
 size_t CountStoreCalls(const std::string& operation);
 // Waits until at least `count` calls of `operation` are recorded; false when `timeout` passes.
 bool WaitForStoreCalls(const std::string& operation, size_t count,
                        std::chrono::milliseconds timeout = std::chrono::seconds(10));
-// Forgets values, calls and failure settings.
+// Forgets values, calls, the hook and the failure and recording settings.
 void ResetStore();
 
 }  // namespace cpd::test

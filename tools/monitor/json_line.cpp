@@ -1,7 +1,10 @@
 #include "json_line.h"
 
+#include <json/json.h>
+
 #include <cstdio>
-#include <cstring>
+
+#include "hex_dump.h"
 
 namespace monitor {
 
@@ -13,169 +16,108 @@ std::string Hex4(uint16_t value) {
   return text;
 }
 
-std::string DeviceJson(const _CpdJoystickDeviceInfo& device,
+// One line: no indentation, no line break inside, UTF-8 kept as it is.
+std::string Written(const Json::Value& line) {
+  static const Json::StreamWriterBuilder BUILDER = [] {
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    builder["emitUTF8"] = true;
+    return builder;
+  }();
+  return Json::writeString(BUILDER, line);
+}
+
+Json::Value Line(const char* type, int64_t t) {
+  Json::Value line(Json::objectValue);
+  line["type"] = type;
+  line["t"] = Json::Int64{t};
+  return line;
+}
+
+Json::Value DeviceJson(const _CpdJoystickDeviceInfo& device,
                        const std::vector<LayoutName>& layouts) {
-  return JsonObject()
-      .Number("slot", device.index)
-      .Text("name", device.name)
-      .Text("vid", Hex4(device.vid))
-      .Text("pid", Hex4(device.pid))
-      .Text("path", device.path)
-      .Number("layout", device.mappingIndex)
-      .Text("layoutName", LayoutNameOf(layouts, device.mappingIndex))
-      .Str();
+  Json::Value entry(Json::objectValue);
+  entry["slot"] = device.index;
+  entry["name"] = device.name;
+  entry["vid"] = Hex4(device.vid);
+  entry["pid"] = Hex4(device.pid);
+  entry["path"] = device.path;
+  entry["layout"] = device.mappingIndex;
+  entry["layoutName"] = LayoutNameOf(layouts, device.mappingIndex);
+  return entry;
 }
 
 }  // namespace
 
-void JsonObject::Name(const std::string& name) {
-  if (!mMembers.empty()) {
-    mMembers += ',';
-  }
-  mMembers += JsonString(name);
-  mMembers += ':';
-}
-
-JsonObject& JsonObject::Text(const std::string& name, const std::string& value) {
-  Name(name);
-  mMembers += JsonString(value);
-  return *this;
-}
-
-JsonObject& JsonObject::Number(const std::string& name, int64_t value) {
-  Name(name);
-  mMembers += std::to_string(value);
-  return *this;
-}
-
-JsonObject& JsonObject::Boolean(const std::string& name, bool value) {
-  Name(name);
-  mMembers += value ? "true" : "false";
-  return *this;
-}
-
-JsonObject& JsonObject::Raw(const std::string& name, const std::string& json) {
-  Name(name);
-  mMembers += json;
-  return *this;
-}
-
-std::string JsonString(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    switch (c) {
-      case '"':
-        quoted += "\\\"";
-        break;
-      case '\\':
-        quoted += "\\\\";
-        break;
-      case '\n':
-        quoted += "\\n";
-        break;
-      case '\r':
-        quoted += "\\r";
-        break;
-      case '\t':
-        quoted += "\\t";
-        break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          char escaped[8];
-          std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
-          quoted += escaped;
-        } else {
-          quoted += c;
-        }
-    }
-  }
-  return quoted + "\"";
-}
-
-std::string JsonArray(const std::vector<std::string>& elements) {
-  std::string array = "[";
-  for (const std::string& element : elements) {
-    array += array.size() > 1 ? "," : "";
-    array += element;
-  }
-  return array + "]";
-}
-
 std::string PacketHex(const JoystickDataPacket& packet) {
-  unsigned char bytes[sizeof packet];
-  std::memcpy(bytes, &packet, sizeof packet);
-  std::string hex;
-  for (const unsigned char byte : bytes) {
-    char digits[4];
-    std::snprintf(digits, sizeof digits, "%02x", byte);
-    hex += digits;
-  }
-  return hex;
+  return cpd::test::HexBytes(&packet, sizeof packet);
 }
 
 std::string PacketLine(int64_t t, const JoystickDataPacket& packet) {
-  return JsonObject()
-      .Text("type", "packet")
-      .Number("t", t)
-      .Number("slot", packet.slot)
-      .Number("number", packet.dwPacketNumber)
-      .Text("bytes", PacketHex(packet))
-      .Number("wButtons", packet.wButtons)
-      .Number("bLeftTrigger", packet.bLeftTrigger)
-      .Number("bRightTrigger", packet.bRightTrigger)
-      .Number("sThumbLX", packet.sThumbLX)
-      .Number("sThumbLY", packet.sThumbLY)
-      .Number("sThumbRX", packet.sThumbRX)
-      .Number("sThumbRY", packet.sThumbRY)
-      .Str();
+  Json::Value line = Line("packet", t);
+  line["slot"] = packet.slot;
+  line["number"] = packet.dwPacketNumber;
+  line["bytes"] = PacketHex(packet);
+  line["wButtons"] = packet.wButtons;
+  line["bLeftTrigger"] = packet.bLeftTrigger;
+  line["bRightTrigger"] = packet.bRightTrigger;
+  line["sThumbLX"] = packet.sThumbLX;
+  line["sThumbLY"] = packet.sThumbLY;
+  line["sThumbRX"] = packet.sThumbRX;
+  line["sThumbRY"] = packet.sThumbRY;
+  return Written(line);
+}
+
+std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts) {
+  Json::Value line = Line("layouts", t);
+  Json::Value& entries = line["layouts"] = Json::Value(Json::arrayValue);
+  for (const LayoutName& layout : layouts) {
+    Json::Value entry(Json::objectValue);
+    entry["layout"] = layout.kind;
+    entry["name"] = layout.name;
+    entries.append(entry);
+  }
+  return Written(line);
 }
 
 std::string DevicesLine(int64_t t, const std::list<_CpdJoystickDeviceInfo>& devices,
                         const std::vector<LayoutName>& layouts) {
-  std::vector<std::string> entries;
+  Json::Value line = Line("devices", t);
+  line["count"] = static_cast<Json::UInt64>(devices.size());
+  Json::Value& entries = line["devices"] = Json::Value(Json::arrayValue);
   for (const _CpdJoystickDeviceInfo& device : devices) {
-    entries.push_back(DeviceJson(device, layouts));
+    entries.append(DeviceJson(device, layouts));
   }
-  return JsonObject()
-      .Text("type", "devices")
-      .Number("t", t)
-      .Number("count", static_cast<int64_t>(devices.size()))
-      .Raw("devices", JsonArray(entries))
-      .Str();
+  return Written(line);
 }
 
 std::string EventLine(int64_t t, const std::string& name, const EventRecord& record) {
-  JsonObject fields;
-  for (const auto& entry : record) {
-    fields.Text(entry.first, entry.second);
+  Json::Value line = Line("event", t);
+  line["name"] = name;
+  Json::Value& fields = line["record"] = Json::Value(Json::objectValue);
+  for (const auto& [key, value] : record) {
+    fields[key] = value;
   }
-  return JsonObject()
-      .Text("type", "event")
-      .Number("t", t)
-      .Text("name", name)
-      .Raw("record", fields.Str())
-      .Str();
+  return Written(line);
 }
 
 std::string LogLine(int64_t t, int level, const std::string& text) {
-  return JsonObject()
-      .Text("type", "log")
-      .Number("t", t)
-      .Number("level", level)
-      .Text("text", text)
-      .Str();
+  Json::Value line = Line("log", t);
+  line["level"] = level;
+  line["text"] = text;
+  return Written(line);
 }
 
 std::string StepLine(int64_t t, const ScenarioStep& step, bool ok) {
-  JsonObject line;
-  line.Text("type", "step")
-      .Number("t", t)
-      .Number("at", step.at)
-      .Text("action", StepKindName(step.kind));
+  Json::Value line = Line("step", t);
+  line["at"] = Json::Int64{step.at};
+  line["action"] = StepKindName(step.kind);
   if (step.kind != StepKind::AWAIT_DEVICES) {
-    line.Text("pad", step.pad);
+    line["pad"] = step.pad;
   }
-  return line.Text("text", DescribeStep(step)).Boolean("ok", ok).Str();
+  line["text"] = DescribeStep(step);
+  line["ok"] = ok;
+  return Written(line);
 }
 
 }  // namespace monitor

@@ -1,5 +1,5 @@
 // One JSON object per line, for scripts: what the listener hears and what the scenario does.
-// Members keep the order they are added in, so a line reads "type" first.
+// JsonCpp writes them, members in name order; every line has "type" and "t".
 #pragma once
 
 #include <cstdint>
@@ -12,28 +12,13 @@
 
 namespace monitor {
 
-class JsonObject {
- public:
-  JsonObject& Text(const std::string& name, const std::string& value);
-  JsonObject& Number(const std::string& name, int64_t value);
-  JsonObject& Boolean(const std::string& name, bool value);
-  // `json` is already valid JSON (an object or an array).
-  JsonObject& Raw(const std::string& name, const std::string& json);
-  std::string Str() const { return "{" + mMembers + "}"; }
-
- private:
-  void Name(const std::string& name);
-  std::string mMembers;
-};
-
-std::string JsonString(const std::string& text);
-std::string JsonArray(const std::vector<std::string>& elements);
-
 // The 17 bytes as 34 lower-case hexadecimal digits.
 std::string PacketHex(const JoystickDataPacket& packet);
 
 // `t` is milliseconds since the monitor started, on every line.
 std::string PacketLine(int64_t t, const JoystickDataPacket& packet);
+// The layouts the library offers (JoysticAPI_GetMappingList), once at the start of a run.
+std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts);
 std::string DevicesLine(int64_t t, const std::list<_CpdJoystickDeviceInfo>& devices,
                         const std::vector<LayoutName>& layouts);
 std::string EventLine(int64_t t, const std::string& name, const EventRecord& record);

@@ -21,6 +21,10 @@ void JsonWriter::Packet(const JoystickDataPacket& packet) {
   Write([&](int64_t t) { return PacketLine(t, packet); });
 }
 
+void JsonWriter::Layouts(const std::vector<LayoutName>& layouts) {
+  Write([&](int64_t t) { return LayoutsLine(t, layouts); });
+}
+
 void JsonWriter::Devices(const std::list<_CpdJoystickDeviceInfo>& devices,
                          const std::vector<LayoutName>& layouts) {
   Write([&](int64_t t) { return DevicesLine(t, devices, layouts); });

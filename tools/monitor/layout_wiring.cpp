@@ -2,81 +2,76 @@
 
 #include <array>
 
+#include "joystick_mapping/layout_table.h"
+
 namespace monitor {
 
 namespace {
 
-constexpr uint8_t UP = 1;
-constexpr uint8_t RIGHT = 2;
-constexpr uint8_t DOWN = 4;
-constexpr uint8_t LEFT = 8;
-
-constexpr RawInput Button(int index) {
-  return {RawKind::BUTTON, index, 0};
-}
-constexpr RawInput Axis(int index) {
-  return {RawKind::AXIS, index, 0};
-}
-constexpr RawInput Hat(uint8_t bit) {
-  return {RawKind::HAT, 0, bit};
-}
-
-constexpr size_t LAYOUT_COUNT = 6;
-
-struct WiringRow {
+struct ControlRow {
   Control control;
-  uint16_t bit;
+  cpd::InputId id;  // the library's name for the control
   const char* label;
-  std::array<RawInput, LAYOUT_COUNT> inputs;  // layouts 1..6
 };
 
-// The d-pad is a hat on Xbox-like pads and four buttons on PlayStation and Switch pads; the
-// rumblepad's triggers are buttons. Triggers read the positive half of their axis.
 // clang-format off
-constexpr std::array<WiringRow, CONTROL_COUNT> WIRING = {{
-//   control                  bit     label    PS (1)       Switch (2)   Switch2 (3)  Android (4)  Logic (5)    Xbox (6)
-    {Control::DPAD_UP,        0x0001, "^",     {Button(11), Button(11), Button(11), Hat(UP),    Hat(UP),    Hat(UP)}},
-    {Control::DPAD_DOWN,      0x0002, "v",     {Button(12), Button(12), Button(12), Hat(DOWN),  Hat(DOWN),  Hat(DOWN)}},
-    {Control::DPAD_LEFT,      0x0004, "<",     {Button(13), Button(13), Button(13), Hat(LEFT),  Hat(LEFT),  Hat(LEFT)}},
-    {Control::DPAD_RIGHT,     0x0008, ">",     {Button(14), Button(14), Button(14), Hat(RIGHT), Hat(RIGHT), Hat(RIGHT)}},
-    {Control::START,          0x0010, "Start", {Button(6),  Button(6),  Button(6),  Button(11), Button(9),  Button(7)}},
-    {Control::BACK,           0x0020, "Back",  {Button(4),  Button(4),  Button(4),  Button(10), Button(8),  Button(6)}},
-    {Control::LEFT_THUMB,     0x0040, "LS",    {Button(7),  Button(7),  Button(7),  Button(13), Button(10), Button(8)}},
-    {Control::RIGHT_THUMB,    0x0080, "RS",    {Button(8),  Button(8),  Button(8),  Button(14), Button(11), Button(9)}},
-    {Control::LEFT_SHOULDER,  0x0100, "LB",    {Button(9),  Button(9),  Button(9),  Button(6),  Button(4),  Button(4)}},
-    {Control::RIGHT_SHOULDER, 0x0200, "RB",    {Button(10), Button(10), Button(10), Button(7),  Button(5),  Button(5)}},
-    {Control::A,              0x1000, "A",     {Button(0),  Button(1),  Button(0),  Button(0),  Button(1),  Button(0)}},
-    {Control::B,              0x2000, "B",     {Button(1),  Button(0),  Button(1),  Button(1),  Button(2),  Button(1)}},
-    {Control::X,              0x4000, "X",     {Button(2),  Button(3),  Button(2),  Button(3),  Button(0),  Button(2)}},
-    {Control::Y,              0x8000, "Y",     {Button(3),  Button(2),  Button(3),  Button(4),  Button(3),  Button(3)}},
-    {Control::LEFT_TRIGGER,   0,      "LT",    {Axis(4),    Axis(4),    Axis(4),    Axis(5),    Button(6),  Axis(4)}},
-    {Control::RIGHT_TRIGGER,  0,      "RT",    {Axis(5),    Axis(5),    Axis(5),    Axis(4),    Button(7),  Axis(5)}},
+constexpr std::array<ControlRow, CONTROL_COUNT> CONTROLS = {{
+    {Control::DPAD_UP,        cpd::InputId::DPAD_UP,        "^"},
+    {Control::DPAD_DOWN,      cpd::InputId::DPAD_DOWN,      "v"},
+    {Control::DPAD_LEFT,      cpd::InputId::DPAD_LEFT,      "<"},
+    {Control::DPAD_RIGHT,     cpd::InputId::DPAD_RIGHT,     ">"},
+    {Control::START,          cpd::InputId::START,          "Start"},
+    {Control::BACK,           cpd::InputId::BACK,           "Back"},
+    {Control::LEFT_THUMB,     cpd::InputId::LEFT_THUMB,     "LS"},
+    {Control::RIGHT_THUMB,    cpd::InputId::RIGHT_THUMB,    "RS"},
+    {Control::LEFT_SHOULDER,  cpd::InputId::LEFT_SHOULDER,  "LB"},
+    {Control::RIGHT_SHOULDER, cpd::InputId::RIGHT_SHOULDER, "RB"},
+    {Control::A,              cpd::InputId::A,              "A"},
+    {Control::B,              cpd::InputId::B,              "B"},
+    {Control::X,              cpd::InputId::X,              "X"},
+    {Control::Y,              cpd::InputId::Y,              "Y"},
+    {Control::LEFT_TRIGGER,   cpd::InputId::LEFT_TRIGGER,   "LT"},
+    {Control::RIGHT_TRIGGER,  cpd::InputId::RIGHT_TRIGGER,  "RT"},
 }};
 // clang-format on
 
 constexpr bool RowsFollowControls() {
-  for (size_t row = 0; row < WIRING.size(); ++row) {
-    if (static_cast<size_t>(WIRING[row].control) != row) {
+  for (size_t row = 0; row < CONTROLS.size(); ++row) {
+    if (static_cast<size_t>(CONTROLS[row].control) != row) {
       return false;
     }
   }
   return true;
 }
-static_assert(RowsFollowControls(), "row n of the wiring is control n");
+static_assert(RowsFollowControls(), "row n of the controls is control n");
 
-const WiringRow& RowOf(Control control) {
-  return WIRING[static_cast<size_t>(control) % CONTROL_COUNT];
+const ControlRow& RowOf(Control control) {
+  return CONTROLS[static_cast<size_t>(control) % CONTROL_COUNT];
+}
+
+RawInput RawInputOf(const cpd::InputBinding& binding) {
+  switch (binding.type) {
+    case cpd::InputType::BUTTON:
+      return {RawKind::BUTTON, binding.index, 0};
+    case cpd::InputType::STICK:
+    case cpd::InputType::TRIGGER:
+      return {RawKind::AXIS, binding.index, 0};
+    case cpd::InputType::DPAD:
+      return {RawKind::HAT, binding.index, static_cast<uint8_t>(binding.value)};
+    default:
+      return {};
+  }
 }
 
 const char* HatDirection(uint8_t bit) {
   switch (bit) {
-    case UP:
+    case cpd::layout_cells::UP:
       return "up";
-    case RIGHT:
+    case cpd::layout_cells::RIGHT:
       return "right";
-    case DOWN:
+    case cpd::layout_cells::DOWN:
       return "down";
-    case LEFT:
+    case cpd::layout_cells::LEFT:
       return "left";
     default:
       return "?";
@@ -86,14 +81,23 @@ const char* HatDirection(uint8_t bit) {
 }  // namespace
 
 RawInput WiringOf(uint16_t layout, Control control) {
-  if (layout < 1 || layout > LAYOUT_COUNT) {
+  return RawInputOf(cpd::LayoutBinding(layout, RowOf(control).id));
+}
+
+RawInput StickWiring(uint16_t layout, size_t stickAxis) {
+  // Each stick axis is named by its positive end, which the layout reads from the same axis.
+  constexpr std::array<cpd::InputId, STICK_AXIS_COUNT> POSITIVE_ENDS = {
+      cpd::InputId::LEFT_STICK_RIGHT, cpd::InputId::LEFT_STICK_DOWN,
+      cpd::InputId::RIGHT_STICK_RIGHT, cpd::InputId::RIGHT_STICK_DOWN};
+  if (stickAxis >= POSITIVE_ENDS.size()) {
     return {};
   }
-  return RowOf(control).inputs[layout - 1U];
+  return RawInputOf(cpd::LayoutBinding(layout, POSITIVE_ENDS[stickAxis]));
 }
 
 uint16_t ButtonBit(Control control) {
-  return RowOf(control).bit;
+  const auto found = cpd::XboxButtonBits.find(RowOf(control).id);
+  return found != cpd::XboxButtonBits.end() ? found->second : 0;
 }
 
 const char* ControlLabel(Control control) {

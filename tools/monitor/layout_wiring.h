@@ -1,7 +1,8 @@
-// What a host can know about the six layouts without looking inside the library: which raw SDL
-// input each layout reads for each gamepad control, and which bit of the packet's button word a
-// control lights. The simulated pads are driven through this table, so a key press moves the raw
-// input the pad's current layout reads and the packet shows what that layout makes of it.
+// The six layouts as the monitor reads them from the library's own table (layout_table.h, linked
+// as a static library of pure data): which raw SDL input each layout reads for each gamepad
+// control, and which bit of the packet's button word a control lights. The simulated pads are
+// driven through this table, so a key press moves the raw input the pad's current layout reads and
+// the packet shows what that layout makes of it.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +13,8 @@
 namespace monitor {
 
 // The gamepad controls a person drives, in the order of the packet's button bits, then the two
-// triggers. The sticks are not here: every layout reads them from axes 0 to 3.
+// triggers. The sticks are not here: a person moves them by stick axis (below), and StickWiring
+// says which raw axis the layout reads for each.
 enum class Control : uint8_t {
   DPAD_UP,
   DPAD_DOWN,
@@ -42,14 +44,19 @@ struct RawInput {
   uint8_t hatBit = 0;  // for HAT: SDL's bit, 1 up, 2 right, 4 down, 8 left
 };
 
-// Axes of the two sticks; up and left are the negative ends.
+// The four stick axes a person moves; up and left are the negative ends.
 constexpr int LEFT_STICK_X_AXIS = 0;
 constexpr int LEFT_STICK_Y_AXIS = 1;
 constexpr int RIGHT_STICK_X_AXIS = 2;
 constexpr int RIGHT_STICK_Y_AXIS = 3;
+constexpr size_t STICK_AXIS_COUNT = 4;
 
 // The raw input layout `layout` (1..6) reads for `control`; kind NONE for any other layout.
 RawInput WiringOf(uint16_t layout, Control control);
+
+// The raw axis layout `layout` (1..6) reads for stick axis `stickAxis` (0..3); kind NONE for any
+// other layout or axis.
+RawInput StickWiring(uint16_t layout, size_t stickAxis);
 
 // XInput's bit for a digital control in the packet's button word; 0 for the triggers.
 uint16_t ButtonBit(Control control);

@@ -1,23 +1,14 @@
-// The controllers the simulated mode can plug: well-known pads whose names the library
-// recognises, one it does not, and a pen tablet that it must ignore.
+// The controllers the simulated mode can plug: the simulator's own catalogue.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "pad_models.h"
+
 namespace monitor {
 
-struct PadModel {
-  const char* key;    // what options and scenario files call it
-  const char* label;  // what the plug menu shows
-  const char* name;   // what SDL reports
-  uint16_t vid;
-  uint16_t pid;
-  int axes;
-  int buttons;
-  int hats;
-};
+using sim::PadModel;
 
 const std::vector<PadModel>& PadCatalogue();
 

@@ -90,7 +90,10 @@ RawState RawStateFor(const DriveState& drive, uint16_t layout, const PadShape& s
   raw.buttons.assign(static_cast<size_t>(std::max(shape.buttons, 0)), 0);
   raw.hats.assign(static_cast<size_t>(std::max(shape.hats, 0)), 0);
   for (size_t axis = 0; axis < drive.sticks.size(); ++axis) {
-    Press(raw, RawInput{RawKind::AXIS, static_cast<int>(axis), 0},
+    // A pad whose layout is not known yet still moves its sticks on the axes of the same number.
+    const RawInput wired = StickWiring(layout, axis);
+    Press(raw,
+          wired.kind == RawKind::AXIS ? wired : RawInput{RawKind::AXIS, static_cast<int>(axis), 0},
           StickAxisValue(drive.sticks[axis]));
   }
   for (size_t control = 0; control < DIGITAL_CONTROL_COUNT; ++control) {
@@ -148,7 +151,9 @@ DriveNote DescribeDrive(const DriveState& drive, const Action& action, uint16_t 
     static const std::array<const char*, 4> AXIS_NAMES = {"left stick x", "left stick y",
                                                           "right stick x", "right stick y"};
     const auto axis = static_cast<size_t>(action.value) % AXIS_NAMES.size();
-    return {std::string(AXIS_NAMES[axis]) + ": axis " + std::to_string(axis) + " at " +
+    const RawInput wired = StickWiring(layout, axis);
+    const int rawAxis = wired.kind == RawKind::AXIS ? wired.index : static_cast<int>(axis);
+    return {std::string(AXIS_NAMES[axis]) + ": axis " + std::to_string(rawAxis) + " at " +
                 std::to_string(StickAxisValue(drive.sticks[axis])),
             false};
   }

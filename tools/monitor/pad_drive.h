@@ -18,8 +18,8 @@ constexpr int TRIGGER_STEPS = 4;  // steps from released to fully pulled
 
 struct DriveState {
   std::array<bool, DIGITAL_CONTROL_COUNT> held{};
-  std::array<int, 2> triggers{};  // 0..TRIGGER_STEPS, left then right
-  std::array<int, 4> sticks{};    // -STICK_STEPS..STICK_STEPS per stick axis 0..3
+  std::array<int, 2> triggers{};               // 0..TRIGGER_STEPS, left then right
+  std::array<int, STICK_AXIS_COUNT> sticks{};  // -STICK_STEPS..STICK_STEPS per stick axis 0..3
 };
 
 // The sizes SDL reports for a pad.

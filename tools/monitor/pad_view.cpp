@@ -3,8 +3,8 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 
+#include "hex_dump.h"
 #include "layout_wiring.h"
 
 namespace monitor {
@@ -99,16 +99,7 @@ int StickRow(int16_t y, int height) {
 }
 
 std::string SpacedHex(const JoystickDataPacket& packet) {
-  unsigned char bytes[sizeof packet];
-  std::memcpy(bytes, &packet, sizeof packet);
-  std::string hex;
-  for (const unsigned char byte : bytes) {
-    char digits[4];
-    std::snprintf(digits, sizeof digits, "%02x", byte);
-    hex += hex.empty() ? "" : " ";
-    hex += digits;
-  }
-  return hex;
+  return cpd::test::HexBytes(&packet, sizeof packet, " ");
 }
 
 void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool live) {

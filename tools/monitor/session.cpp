@@ -45,6 +45,9 @@ void Session::Start() {
   JoysticAPI_RegsisterNotify(&mListener);
   mRegistered = true;
   mState.SetLayouts(JoysticAPI_GetMappingList());
+  if (mJson != nullptr) {
+    mJson->Layouts(mState.Snapshot().layouts);
+  }
   if (mPlayer) {
     mPlayer->Start();
   }

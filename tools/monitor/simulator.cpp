@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#ifndef CPD_MONITOR_SIMULATOR_DIR
-#error "CPD_MONITOR_SIMULATOR_DIR names the folder of the simulator's libSDL2-2.0.so.0"
+#if !defined(CPD_MONITOR_INSTALLED_SIMULATOR_DIR) || !defined(CPD_MONITOR_BUILT_SIMULATOR_DIR)
+#error "the simulator's folders, relative to the monitor's own, are set by the build"
 #endif
 
 namespace monitor {
@@ -24,10 +24,25 @@ constexpr const char* SDL_SONAME = "libSDL2-2.0.so.0";
 constexpr const char* RESTARTED_MARK = "CPD_JOYSTICK_MONITOR_RESTARTED";
 constexpr const char* FOLDER_VARIABLE = "CPD_JOYSTICK_SIM_DIR";
 
+// The user's choice, else the simulator installed beside the monitor, else the one built beside
+// it. Both are found from the program's own folder, so an installed monitor works wherever its
+// prefix is and never reaches back into a build tree.
 std::string SimulatorFolder() {
   const char* chosen =
       std::getenv(FOLDER_VARIABLE);  // NOLINT(concurrency-mt-unsafe): no threads yet
-  return chosen != nullptr && *chosen != '\0' ? chosen : CPD_MONITOR_SIMULATOR_DIR;
+  if (chosen != nullptr && *chosen != '\0') {
+    return chosen;
+  }
+  std::error_code error;
+  const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", error);
+  const std::filesystem::path installed =
+      (own.parent_path() / CPD_MONITOR_INSTALLED_SIMULATOR_DIR).lexically_normal();
+  const std::filesystem::path built =
+      (own.parent_path() / CPD_MONITOR_BUILT_SIMULATOR_DIR).lexically_normal();
+  if (std::filesystem::exists(installed / SDL_SONAME, error)) {
+    return installed.string();
+  }
+  return built.string();
 }
 
 template <typename Function>
@@ -79,8 +94,9 @@ bool AttachSimulator(char** argv, SimulatorApi& api, std::string& error) {
   }
   const std::string library = folder + "/" + SDL_SONAME;
   if (access(library.c_str(), R_OK) != 0) {
-    error = "the SDL2 simulator is not at " + library + "; build the sdl_sim target or set " +
-            FOLDER_VARIABLE + " to its folder";
+    error = "the SDL2 simulator is not at " + library +
+            "; build the sdl_sim target, install it with the monitor, or set " + FOLDER_VARIABLE +
+            " to its folder";
     return false;
   }
   Restart(argv, folder);

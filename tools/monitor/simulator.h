@@ -11,7 +11,7 @@
 
 namespace monitor {
 
-// The simulator's script functions (see tests/sim/sdl_sim.h).
+// The simulator's script functions (see sim/sdl_sim.h).
 struct SimulatorApi {
   int (*plug)(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
               int hats) = nullptr;

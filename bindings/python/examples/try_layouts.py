@@ -5,7 +5,7 @@ each, and then gives it back the layout it had.
     # with the library installed, or with LD_LIBRARY_PATH=build/debug/src
     PYTHONPATH=bindings/python python3 bindings/python/examples/try_layouts.py
     # no controller at hand: a simulated Xbox pad with A held (its choices go to a scratch store)
-    PYTHONPATH=bindings/python LD_LIBRARY_PATH=build/debug/tests/sim/lib:build/debug/src \\
+    PYTHONPATH=bindings/python LD_LIBRARY_PATH=build/debug/sim/lib:build/debug/src \\
         python3 bindings/python/examples/try_layouts.py --simulate
 """
 import argparse
