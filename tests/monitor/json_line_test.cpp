@@ -54,6 +54,8 @@ TEST(JsonLines, LayoutsLineListsTheLibrarysLayoutsInItsOrder) {
   EXPECT_EQ(line["layouts"][0]["name"].asString(), "MAPPING_PS");
   EXPECT_EQ(line["layouts"][1]["layout"].asInt(), 6);
   EXPECT_EQ(line["layouts"][1]["name"].asString(), "MAPPING_XBOX");
+  EXPECT_EQ(line["poll_ms"].asInt(), 30);
+  EXPECT_EQ(ParseLine(LayoutsLine(0, {}, 4))["poll_ms"].asInt(), 4);
 }
 
 TEST(JsonLines, PacketBytesAreTheLittleEndianPacket) {

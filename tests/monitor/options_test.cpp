@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <vector>
 
 namespace monitor {
@@ -51,6 +52,21 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_TRUE(parsed.options.once);
 }
 
+TEST(CommandLine, PollIntervalIsOneToThirtyAndDefaultsToWhatTheLibraryStartsWith) {
+  ParsedCommandLine parsed = Parse({"--poll-ms", "4"});
+  ASSERT_TRUE(parsed.run) << parsed.message;
+  EXPECT_EQ(parsed.options.pollMs, 4U);
+  EXPECT_EQ(PollIntervalOf(parsed.options), 4U);
+  parsed = Parse({});
+  ASSERT_EQ(unsetenv("CPD_JOYSTICK_POLL_MS"), 0);
+  EXPECT_EQ(PollIntervalOf(parsed.options), 30U);
+  ASSERT_EQ(setenv("CPD_JOYSTICK_POLL_MS", "7", 1), 0);
+  EXPECT_EQ(PollIntervalOf(parsed.options), 7U);
+  ASSERT_EQ(setenv("CPD_JOYSTICK_POLL_MS", "70", 1), 0);
+  EXPECT_EQ(PollIntervalOf(parsed.options), 30U);  // the library ignores it too
+  ASSERT_EQ(unsetenv("CPD_JOYSTICK_POLL_MS"), 0);
+}
+
 TEST(CommandLine, HelpEndsTheRunWithoutAnError) {
   const ParsedCommandLine parsed = Parse({"--help"});
   EXPECT_FALSE(parsed.run);
@@ -89,6 +105,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BadLine{{"--every", "-3"}, "'-3' is not a whole number"},
                       BadLine{{"--duration", "0"}, "'0' is not a number of seconds above 0"},
                       BadLine{{"--duration", "soon"}, "'soon' is not a number of seconds"},
+                      BadLine{{"--poll-ms", "0"}, "'0' is not a poll interval from 1 to 30 ms"},
+                      BadLine{{"--poll-ms", "31"}, "'31' is not a poll interval from 1 to 30"},
                       BadLine{{"--simulate", "a.json", "b.json"}, "b.json"}));
 
 }  // namespace

@@ -186,6 +186,13 @@ TEST(ScreenModel, StatusAndFooterFollowTheMode) {
   EXPECT_NE(lines[0].find("simulated, 2 pads plugged"), std::string::npos);
 }
 
+TEST(ScreenModel, TitleShowsThePollInterval) {
+  View view = TwoPads();
+  EXPECT_NE(BuildScreen(view, 24, 80).Text()[0].find("| poll 30 ms"), std::string::npos);
+  view.pollMs = 4;
+  EXPECT_NE(BuildScreen(view, 24, 80).Text()[0].find("| poll 4 ms"), std::string::npos);
+}
+
 TEST(ScreenModel, MenusAndHelpAreDrawnOverTheScreen) {
   View view = TwoPads();
   view.mode = Mode::LAYOUT_MENU;

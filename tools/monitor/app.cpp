@@ -208,6 +208,7 @@ View App::MakeView() {
   View view;
   view.simulated = mSimulated;
   view.simulatedPads = mSession.Pads() != nullptr ? mSession.Pads()->Count() : 0;
+  view.pollMs = mSession.PollMs();
   view.devices = mLast.devices;
   view.selected = mSelected;
   if (const DeviceRow* device = Selected()) {

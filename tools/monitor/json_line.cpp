@@ -68,8 +68,9 @@ std::string PacketLine(int64_t t, const JoystickDataPacket& packet) {
   return Written(line);
 }
 
-std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts) {
+std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts, uint16_t pollMs) {
   Json::Value line = Line("layouts", t);
+  line["poll_ms"] = pollMs;
   Json::Value& entries = line["layouts"] = Json::Value(Json::arrayValue);
   for (const LayoutName& layout : layouts) {
     Json::Value entry(Json::objectValue);

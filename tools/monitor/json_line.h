@@ -18,7 +18,8 @@ std::string PacketHex(const JoystickDataPacket& packet);
 // `t` is milliseconds since the monitor started, on every line.
 std::string PacketLine(int64_t t, const JoystickDataPacket& packet);
 // The layouts the library offers (JoysticAPI_GetMappingList), once at the start of a run.
-std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts);
+// The layouts on offer and the poll interval of the run.
+std::string LayoutsLine(int64_t t, const std::vector<LayoutName>& layouts, uint16_t pollMs = 30);
 std::string DevicesLine(int64_t t, const std::list<_CpdJoystickDeviceInfo>& devices,
                         const std::vector<LayoutName>& layouts);
 std::string EventLine(int64_t t, const std::string& name, const EventRecord& record);

@@ -21,8 +21,8 @@ void JsonWriter::Packet(const JoystickDataPacket& packet) {
   Write([&](int64_t t) { return PacketLine(t, packet); });
 }
 
-void JsonWriter::Layouts(const std::vector<LayoutName>& layouts) {
-  Write([&](int64_t t) { return LayoutsLine(t, layouts); });
+void JsonWriter::Layouts(const std::vector<LayoutName>& layouts, uint16_t pollMs) {
+  Write([&](int64_t t) { return LayoutsLine(t, layouts, pollMs); });
 }
 
 void JsonWriter::Devices(const std::list<_CpdJoystickDeviceInfo>& devices,

@@ -18,7 +18,7 @@ class JsonWriter {
   JsonWriter(std::FILE* out, unsigned every, std::chrono::steady_clock::time_point start);
 
   void Packet(const JoystickDataPacket& packet);
-  void Layouts(const std::vector<LayoutName>& layouts);
+  void Layouts(const std::vector<LayoutName>& layouts, uint16_t pollMs);
   void Devices(const std::list<_CpdJoystickDeviceInfo>& devices,
                const std::vector<LayoutName>& layouts);
   void Event(const std::string& name, const EventRecord& record);

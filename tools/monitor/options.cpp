@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 
 #include "pad_catalogue.h"
 
@@ -36,6 +37,16 @@ CLI::Validator EveryValidator() {
           ""};
 }
 
+CLI::Validator PollValidator() {
+  return {[](std::string& text) -> std::string {
+            unsigned long value = 0;
+            return CLI::detail::lexical_cast(text, value) && value >= 1 && value <= 30
+                       ? ""
+                       : "'" + text + "' is not a poll interval from 1 to 30 ms";
+          },
+          ""};
+}
+
 CLI::Validator SecondsValidator() {
   return {[](std::string& text) -> std::string {
             double value = 0;
@@ -66,11 +77,30 @@ void Describe(CLI::App& app, Options& options) {
   app.add_option("--duration", options.durationSeconds, "end the run after SECONDS")
       ->check(SecondsValidator())
       ->type_name("SECONDS");
+  app.add_option("--poll-ms", options.pollMs,
+                 "poll every N ms (1 to 30; below 30 a changed pad is sent at once)")
+      ->check(PollValidator())
+      ->type_name("N");
   app.add_flag("--log", options.log,
                "show the library's log lines (the pane on screen, \"log\" lines with --json)");
 }
 
 }  // namespace
+
+uint16_t PollIntervalOf(const Options& options) {
+  if (options.pollMs != 0) {
+    return options.pollMs;
+  }
+  // Shown as the library reads it: a value it would refuse leaves the default.
+  if (const char* text = std::getenv("CPD_JOYSTICK_POLL_MS")) {
+    char* end = nullptr;
+    const long value = std::strtol(text, &end, 10);
+    if (end != text && *end == '\0' && value >= 1 && value <= 30) {
+      return static_cast<uint16_t>(value);
+    }
+  }
+  return 30;
+}
 
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   ParsedCommandLine parsed;

@@ -1,6 +1,7 @@
 // The command line, read into plain options. Bad input gives a message and exit code 2.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,11 @@ struct Options {
   bool once = false;
   double durationSeconds = 0;  // 0: until stopped
   bool log = false;            // the library's log lines, in the pane or as JSON lines
+  uint16_t pollMs = 0;         // --poll-ms; 0: as the library starts (CPD_JOYSTICK_POLL_MS or 30)
 };
+
+// The poll interval the run uses: --poll-ms, else a valid CPD_JOYSTICK_POLL_MS, else 30.
+uint16_t PollIntervalOf(const Options& options);
 
 constexpr int EXIT_BAD_INPUT = 2;
 

@@ -67,6 +67,7 @@ void DrawTitle(Screen& screen, const View& view) {
   if (view.mode == Mode::DRIVE) {
     title += " | DRIVE";
   }
+  title += " | poll " + std::to_string(view.pollMs) + " ms";
   screen.Put(0, 0, Fit(title, screen.Cols()), Style::TITLE);
 }
 

@@ -42,11 +42,14 @@ void Session::Start() {
   if (mPlayer) {
     mPlayer->RunOpening();
   }
+  if (mOptions.pollMs != 0) {
+    JoysticAPI_SetPollInterval(mOptions.pollMs);
+  }
   JoysticAPI_RegsisterNotify(&mListener);
   mRegistered = true;
   mState.SetLayouts(JoysticAPI_GetMappingList());
   if (mJson != nullptr) {
-    mJson->Layouts(mState.Snapshot().layouts);
+    mJson->Layouts(mState.Snapshot().layouts, PollIntervalOf(mOptions));
   }
   if (mPlayer) {
     mPlayer->Start();

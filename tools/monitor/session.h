@@ -32,6 +32,8 @@ class Session {
 
   MonitorState& State() { return mState; }
   SimulatedPads* Pads() { return mPads.get(); }
+  // The poll interval the library uses in this run.
+  uint16_t PollMs() const { return PollIntervalOf(mOptions); }
   bool HasScenario() const { return mPlayer != nullptr; }
   bool ScenarioFinished() const { return mPlayer != nullptr && mPlayer->Finished(); }
 

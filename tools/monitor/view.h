@@ -34,6 +34,7 @@ struct EventEntry {
 struct View {
   bool simulated = false;
   size_t simulatedPads = 0;
+  uint16_t pollMs = 30;
   std::vector<DeviceRow> devices;
   size_t selected = 0;
   bool hasPacket = false;
