@@ -3,5 +3,24 @@
 // bridge. The first argument is always 0.
 #pragma once
 
-extern "C" __attribute__((visibility("default"), format(printf, 4, 5))) void quvaniLogPrint(
-    int reserved, int level, const char* tag, const char* format, ...);
+#include <cstdio>  // defines MinGW's printf-format macro
+
+#if defined(_WIN32)
+// Exported from whichever module defines it: the default sink's DLL, or the host's replacement.
+#define CPD_LOG_SINK_EXPORT __declspec(dllexport)
+#else
+#define CPD_LOG_SINK_EXPORT __attribute__((visibility("default")))
+#endif
+
+#if defined(__MINGW_PRINTF_FORMAT)
+#define CPD_PRINTF_LIKE(formatAt, firstAt) \
+  __attribute__((format(__MINGW_PRINTF_FORMAT, formatAt, firstAt)))
+#elif defined(__GNUC__)
+#define CPD_PRINTF_LIKE(formatAt, firstAt) __attribute__((format(printf, formatAt, firstAt)))
+#else
+#define CPD_PRINTF_LIKE(formatAt, firstAt)
+#endif
+
+extern "C" CPD_LOG_SINK_EXPORT CPD_PRINTF_LIKE(4, 5) void quvaniLogPrint(int reserved, int level,
+                                                                         const char* tag,
+                                                                         const char* format, ...);
