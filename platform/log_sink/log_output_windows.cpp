@@ -23,14 +23,13 @@ std::wstring LogFileName() {
 }
 
 HANDLE OutputHandle() {
-  static const HANDLE handle = [] {
+  static HANDLE handle = [] {  // chosen once, at the first line
     const std::wstring name = LogFileName();
     if (name.empty()) {
       return GetStdHandle(STD_ERROR_HANDLE);
     }
-    const HANDLE file =
-        CreateFileW(name.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE file = CreateFileW(name.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
       std::fprintf(stderr, "cpd-joystick log: cannot open %ls, logging to stderr\n", name.c_str());
       return GetStdHandle(STD_ERROR_HANDLE);
@@ -49,7 +48,7 @@ std::tm UtcTime(std::time_t seconds) {
 }
 
 void WriteLine(const std::string& line) {
-  const HANDLE handle = OutputHandle();
+  HANDLE handle = OutputHandle();
   if (handle == nullptr || handle == INVALID_HANDLE_VALUE) {
     return;
   }

@@ -50,9 +50,9 @@ int RunHost(const std::string& logPath, const std::string& stderrPath) {
   const std::string command = "\"" + HostProgram() + "\" 2>\"" + stderrPath + "\"";
 #if defined(_WIN32)
   // cmd.exe drops the outermost pair of quotes of a command that starts with one.
-  return std::system(("\"" + command + "\"").c_str());
+  return std::system(("\"" + command + "\"").c_str());  // NOLINT(concurrency-mt-unsafe)
 #else
-  return std::system(command.c_str());
+  return std::system(command.c_str());  // NOLINT(concurrency-mt-unsafe)
 #endif
 }
 

@@ -45,8 +45,9 @@ std::map<std::string, const void*> BoundImports(HMODULE module, const std::strin
       }
       const auto* byName =
           reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-      bound[reinterpret_cast<const char*>(byName->Name)] =
-          reinterpret_cast<const void*>(addresses->u1.Function);
+      // The loader wrote the bound address over the import's slot as an integer.
+      bound[reinterpret_cast<const char*>(byName->Name)] = reinterpret_cast<const void*>(
+          addresses->u1.Function);  // NOLINT(performance-no-int-to-ptr)
     }
   }
   return bound;

@@ -56,8 +56,8 @@ std::wstring ProgramBesideThis(const wchar_t* name) {
 // A writer killed at arbitrary moments never leaves a torn file: what is read afterwards is
 // always one whole value that was written.
 TEST_F(DefaultStore, KilledWriterNeverLosesThePreviousValue) {
-  const std::string first(256 * 1024, 'a');
-  const std::string second(256 * 1024, 'b');
+  const std::string first(size_t{256} * 1024, 'a');
+  const std::string second(size_t{256} * 1024, 'b');
   ASSERT_TRUE(Store().SetSecure(KEY, first));
   const fs::path started = directory / "writer-started";
   SetEnvironment("CPD_TEST_WRITER_STARTED", started.u8string());

@@ -9,8 +9,8 @@
 #include "test_environment.h"
 
 int main() {
-  const std::string first(256 * 1024, 'a');
-  const std::string second(256 * 1024, 'b');
+  const std::string first(size_t{256} * 1024, 'a');
+  const std::string second(size_t{256} * 1024, 'b');
   sd::SDConfig* store = sd::SDConfig::GetInstance();
   if (store == nullptr || !store->SetSecure("joystickPolicyList", second)) {
     return 1;

@@ -28,7 +28,7 @@ inline void SetEnvironment(const std::string& name, const std::string& value) {
 #if defined(_WIN32)
   SetEnvironmentVariableW(WideText(name).c_str(), WideText(value).c_str());
 #else
-  setenv(name.c_str(), value.c_str(), 1);
+  setenv(name.c_str(), value.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): before threads start
 #endif
 }
 
@@ -36,7 +36,7 @@ inline void UnsetEnvironment(const std::string& name) {
 #if defined(_WIN32)
   SetEnvironmentVariableW(WideText(name).c_str(), nullptr);
 #else
-  unsetenv(name.c_str());
+  unsetenv(name.c_str());                  // NOLINT(concurrency-mt-unsafe): before threads start
 #endif
 }
 
