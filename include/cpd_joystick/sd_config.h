@@ -2,8 +2,9 @@
 //
 // `sd::SDConfig` belongs to that library: GetInstance, GetSecure and SetSecure are resolved when
 // the bridge is loaded, from the host if it defines them, else from the default store that ships
-// beside the bridge. The bridge itself defines only the assignment operators below and the
-// special members of `sd::SDConfigService`.
+// beside the bridge. (On Windows a host brings them as a cpd_joystick_store.dll of its own, in
+// its folder.) The bridge itself defines only the assignment operators below and the special
+// members of `sd::SDConfigService`.
 #pragma once
 
 #include <string>

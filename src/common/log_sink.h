@@ -1,6 +1,7 @@
 // The boundary to the client's log library: one printf-style sink. It is resolved when the bridge
 // is loaded, from the host if it defines it, else from the default sink that ships beside the
-// bridge. The first argument is always 0.
+// bridge (on Windows a host brings it as a cpd_joystick_log.dll of its own, in its folder). The
+// first argument is always 0.
 #pragma once
 
 #include <cstdio>  // defines MinGW's printf-format macro
