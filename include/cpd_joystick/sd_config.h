@@ -2,8 +2,9 @@
 //
 // `sd::SDConfig` belongs to that library: GetInstance, GetSecure and SetSecure are resolved when
 // the bridge is loaded, from the host if it defines them, else from the default store that ships
-// beside the bridge. The bridge itself defines only the assignment operators below and the
-// special members of `sd::SDConfigService`.
+// beside the bridge. (On Windows a host brings them as a cpd_joystick_store.dll of its own, in
+// its folder.) The bridge itself defines only the assignment operators below and the special
+// members of `sd::SDConfigService`.
 #pragma once
 
 #include <string>
@@ -12,26 +13,28 @@
 
 namespace sd {
 
-class CPD_JOYSTICK_API SDConfig {
+// Members are marked one by one: the store's three come from the store's module (or the host),
+// the assignment operators from the bridge.
+class SDConfig {
  public:
   // The process-wide store, or null when no store is available.
-  static SDConfig* GetInstance();
+  CPD_SECURE_STORE_API static SDConfig* GetInstance();
 
   // The text stored under `key`; empty when nothing is stored.
-  std::string GetSecure(const std::string& key);
+  CPD_SECURE_STORE_API std::string GetSecure(const std::string& key);
   // Stores `value` under `key`; false when it could not be stored.
-  bool SetSecure(const std::string& key, const std::string& value);
+  CPD_SECURE_STORE_API bool SetSecure(const std::string& key, const std::string& value);
 
   SDConfig() = default;
-  SDConfig& operator=(const SDConfig& other);
-  SDConfig& operator=(SDConfig&& other) noexcept;
+  CPD_JOYSTICK_API SDConfig& operator=(const SDConfig& other);
+  CPD_JOYSTICK_API SDConfig& operator=(SDConfig&& other) noexcept;
 };
 
-class CPD_JOYSTICK_API DMConfig {
+class DMConfig {
  public:
   DMConfig() = default;
-  DMConfig& operator=(const DMConfig& other);
-  DMConfig& operator=(DMConfig&& other) noexcept;
+  CPD_JOYSTICK_API DMConfig& operator=(const DMConfig& other);
+  CPD_JOYSTICK_API DMConfig& operator=(DMConfig&& other) noexcept;
 };
 
 // Interface of the configuration library's service objects. The bridge exports its special

@@ -8,12 +8,7 @@
 
 #include <string>
 
-#if defined(__GNUC__)
-#define CPD_PRINTF_LIKE(formatAt, argumentsAt) \
-  __attribute__((format(printf, formatAt, argumentsAt)))
-#else
-#define CPD_PRINTF_LIKE(formatAt, argumentsAt)
-#endif
+#include "common/printf_like.h"
 
 namespace cpd::log {
 

@@ -72,8 +72,18 @@ constexpr bool IsSingleLiteral(const char* stringised) {
 // The log line names its source file by what follows the last backslash. Builds that use
 // slashes therefore show the whole path; that is how the line has always looked, so only the
 // backslash counts here (GetFileNameFromPath, used for event origins, also cuts at slashes).
+// A Windows build shows the bare file name, as the client's own Windows build does (its compiler
+// names sources with backslashes); a cross-compiler hands that build slashes, which therefore
+// count as separators there too.
 inline const char* FileNameAfterBackslash(const char* path) {
+#if defined(_WIN32)
+  const char* separator = std::strpbrk(path, "\\/");
+  for (const char* next = separator; next != nullptr; next = std::strpbrk(next + 1, "\\/")) {
+    separator = next;
+  }
+#else
   const char* separator = std::strrchr(path, '\\');
+#endif
   return separator != nullptr ? separator + 1 : path;
 }
 

@@ -5,6 +5,7 @@
 #include "common/log.h"
 #include "cpd_joystick/joystick_api.h"
 #include "joystick_manager/joystick_manager.h"
+#include "joystick_manager/module_lifetime.h"
 
 CpdJoystickNotify::~CpdJoystickNotify() = default;
 
@@ -13,6 +14,7 @@ namespace {
 template <typename Result, typename Call>
 Result CallManager(const char* exportName, Result onFailure, Call call) {
   try {
+    cpd::PinThisModule();
     return call(*cpd::JoystickManager::GetInstance());
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("%s failed: %s", exportName, error.what());

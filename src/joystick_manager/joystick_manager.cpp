@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "common/log.h"
+#include "joystick_policy/joystick_policy.h"
 
 namespace cpd {
 
@@ -16,6 +17,8 @@ std::mutex gInstanceMutex;
 // True while this thread runs a listener callback. A listener that registers or unregisters from
 // there would wait for the very lock its caller holds, or join its own thread; such calls are
 // refused instead.
+constexpr std::chrono::milliseconds STORE_WAIT_AT_STOP{2000};
+
 thread_local bool tInsideListenerCall = false;
 // True on the polling thread. A registration made there from anywhere else (the host's log sink,
 // its secure store) would join the thread that makes it.
@@ -174,8 +177,21 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   }
   if (noneLeft) {
     Stop();
+    WaitForLayoutChoicesStored();
   }
   return 0;
+}
+
+// A host that exits right after its last unregistration would otherwise lose a layout choice
+// that the watcher has not written yet: where the system ends a process's threads before its
+// libraries' destructors run, no later write can happen. Bounded, so a refusing store holds up
+// the unregistration only briefly.
+void JoystickManager::WaitForLayoutChoicesStored() {
+  if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::Existing()) {
+    if (!policy->WaitUntilStored(STORE_WAIT_AT_STOP)) {
+      CPD_LOG_ERROR("a layout choice was not stored yet when polling stopped");
+    }
+  }
 }
 
 int32_t JoystickManager::SetPollInterval(uint16_t milliseconds) {

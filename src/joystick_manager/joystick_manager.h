@@ -101,6 +101,7 @@ class JoystickManager {
   };
 
   void process();
+  void WaitForLayoutChoicesStored();
   // Marks the calling thread as the polling thread, from which no registration may be made.
   static void MarkPollingThread();
   void RunPollingPass();

@@ -7,6 +7,7 @@
 
 #include "common/log.h"
 #include "cpd_joystick/sd_config.h"
+#include "joystick_manager/module_lifetime.h"
 #include "joystick_policy/policy_document.h"
 
 namespace cpd {
@@ -62,6 +63,12 @@ void ReportWatcherFailure(const char* what) noexcept {
 }  // namespace
 
 JoystickPolicy::~JoystickPolicy() {
+  if (ProcessIsExiting()) {
+    // The watcher is already gone, possibly stopped inside a wait (see dll_main.cpp): its thread
+    // object is left to the ending process rather than joined.
+    static_cast<void>(mThread.release());
+    return;
+  }
   {
     std::lock_guard<std::mutex> lock(mWaitMutex);
     mStopped = true;
@@ -212,6 +219,8 @@ void JoystickPolicy::handlePolicyChangeThread() {
       if (lastPass && mPolicyChanged) {
         CPD_LOG_ERROR("policy change not stored before the end\n");
       }
+      std::lock_guard<std::mutex> lock(mWaitMutex);
+      mPassDone.notify_all();
     }
     if (!lastPass) {
       waitForWakeUp();
@@ -237,6 +246,12 @@ void JoystickPolicy::writePendingChange() {
   if (stored && version == mPolicyVersion) {
     mPolicyChanged = false;
   }
+}
+
+bool JoystickPolicy::WaitUntilStored(std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(mWaitMutex);
+  return mPassDone.wait_for(lock, timeout, [this] { return !mPolicyChanged || mStopped; }) &&
+         !mPolicyChanged;
 }
 
 void JoystickPolicy::wakeWatcher() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,8 @@ class JoystickPolicy {
   // The single instance, created, loaded and started by the first call. Null once the library is
   // being unloaded, so callers test the pointer before use.
   static std::shared_ptr<JoystickPolicy> GetInstance();
+  // The instance if one has been loaded already; never creates or loads one.
+  static std::shared_ptr<JoystickPolicy> Existing();
 
   JoystickPolicy() = default;
   // Ends and joins the watcher; a change still pending gets one last write attempt first.
@@ -35,6 +38,8 @@ class JoystickPolicy {
   int32_t SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex, std::string name);
   // Empties the document and schedules the write of the empty text; always 0.
   int32_t ClearPolicy();
+  // Waits until a pending change has reached the store, at most `timeout`; false if it has not.
+  bool WaitUntilStored(std::chrono::milliseconds timeout);
 
  private:
   int32_t getMappingIndexFromConfig(std::string vidpid);
@@ -56,6 +61,8 @@ class JoystickPolicy {
   // latest. Guarded by mMutex.
   uint64_t mPolicyVersion = 0;
   std::condition_variable mCond;
+  // Notified under mWaitMutex after every write pass of the watcher.
+  std::condition_variable mPassDone;
   // Set under mWaitMutex by every wake-up and consumed by the watcher's wait, so a wake-up that
   // comes while the watcher is busy writing is not lost. Guarded by mWaitMutex.
   bool mWakeUp = false;

@@ -77,6 +77,11 @@ void Publish(std::shared_ptr<JoystickPolicy> loaded) {
 
 }  // namespace
 
+std::shared_ptr<JoystickPolicy> JoystickPolicy::Existing() {
+  std::lock_guard<std::mutex> lock(gSlotMutex);
+  return gSlotReleased || gSlot == nullptr ? nullptr : gSlot->instance;
+}
+
 std::shared_ptr<JoystickPolicy> JoystickPolicy::GetInstance() {
   std::unique_lock<std::mutex> lock(gSlotMutex);
   while (!gSlotReleased && gLoading && gLoadingThread != std::this_thread::get_id()) {

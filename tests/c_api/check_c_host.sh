@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# check_c_host.sh run <c host> <scratch dir>
+# check_c_host.sh run <c host> <scratch dir> [<runner>...]
 #   Runs a C host (with a simulated Xbox pad already plugged) and checks what it printed, its
-#   log and the layout it stored.
+#   log and the layout it stored. A runner (the Windows build's Wine) runs the host.
 # check_c_host.sh install <build dir> <example source> <scratch dir> <c compiler> <simulator dir>
 #                 <pad library>
 #   Installs the build into a scratch prefix, builds examples/c_host against it through CMake
@@ -13,11 +13,19 @@ expect_line() {  # <output file> <extended regular expression>
   grep -Eq "$2" "$1" || { echo "no line matching: $2"; echo "--- output:"; cat "$1"; exit 1; }
 }
 
+# Windows paths for a host run under Wine (which shows the Linux root as drive Z:); Linux ones as
+# they are.
+host_path() {
+  if [ -n "${RUN_UNDER:-}" ]; then echo "Z:${1//\//\\}"; else echo "$1"; fi
+}
+
 check_run() {  # <host> <scratch>
   local host="$1" scratch="$2"
   rm -f "$scratch/store.json" "$scratch/host.log"
-  CPD_JOYSTICK_STORE="$scratch/store.json" CPD_JOYSTICK_LOG="$scratch/host.log" \
-    "$host" >"$scratch/run.txt"
+  # shellcheck disable=SC2086  # RUN_UNDER is a command and its arguments
+  CPD_JOYSTICK_STORE="$(host_path "$scratch/store.json")" \
+    CPD_JOYSTICK_LOG="$(host_path "$scratch/host.log")" \
+    ${RUN_UNDER:-} "$host" | tr -d '\r' >"$scratch/run.txt"
   local out="$scratch/run.txt"
   expect_line "$out" '^cpd_joystick [0-9]+\.[0-9]+\.[0-9]+$'
   expect_line "$out" '^layouts: 1=MAPPING_PS 2=MAPPING_SWITCH_MOD1 3=MAPPING_SWITCH_MOD2 4=MAPPING_ANDROID 5=MAPPING_LOGIC 6=MAPPING_XBOX$'
@@ -39,6 +47,8 @@ shift
 case "$mode" in
   run)
     host="$1" scratch="$2"
+    shift 2
+    RUN_UNDER="$*"
     mkdir -p "$scratch"
     check_run "$host" "$scratch"
     echo "the C host ran on the simulator"

@@ -1,7 +1,6 @@
 // The default sink: one timestamped line per statement, to the file named by CPD_JOYSTICK_LOG
 // or else to standard error.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,10 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "test_environment.h"
+
 namespace {
 
 std::string TemporaryPath(const std::string& stem) {
-  return ::testing::TempDir() + stem + "-" + std::to_string(getpid());
+  return ::testing::TempDir() + stem + "-" + std::to_string(cpd::test::ProcessId());
 }
 
 std::vector<std::string> ReadLines(const std::string& path) {
@@ -27,10 +28,32 @@ std::vector<std::string> ReadLines(const std::string& path) {
   return lines;
 }
 
-int RunHost(const std::string& environment, const std::string& stderrPath) {
-  const std::string command =
-      environment + " '" + CPD_DEFAULT_SINK_HOST + "' 2>'" + stderrPath + "'";
-  return std::system(command.c_str());
+std::string HostProgram() {
+#if defined(_WIN32)
+  // Beside this program and the default sink, where a Windows host keeps its DLLs.
+  wchar_t self[MAX_PATH];
+  const std::wstring path(self, GetModuleFileNameW(nullptr, self, MAX_PATH));
+  const std::wstring folder = path.substr(0, path.find_last_of(L"\\/"));
+  return std::string(folder.begin(), folder.end()) + "\\default_sink_host.exe";
+#else
+  return CPD_DEFAULT_SINK_HOST;
+#endif
+}
+
+// Runs the host with CPD_JOYSTICK_LOG set to `logPath`, or unset when it is empty.
+int RunHost(const std::string& logPath, const std::string& stderrPath) {
+  if (logPath.empty()) {
+    cpd::test::UnsetEnvironment("CPD_JOYSTICK_LOG");
+  } else {
+    cpd::test::SetEnvironment("CPD_JOYSTICK_LOG", logPath);
+  }
+  const std::string command = "\"" + HostProgram() + "\" 2>\"" + stderrPath + "\"";
+#if defined(_WIN32)
+  // cmd.exe drops the outermost pair of quotes of a command that starts with one.
+  return std::system(("\"" + command + "\"").c_str());  // NOLINT(concurrency-mt-unsafe)
+#else
+  return std::system(command.c_str());  // NOLINT(concurrency-mt-unsafe)
+#endif
 }
 
 const std::regex LINE_SHAPE(
@@ -40,7 +63,7 @@ TEST(DefaultSink, WritesTimestampedLevelledLinesToTheConfiguredFile) {
   const std::string logPath = TemporaryPath("sink.log");
   const std::string errPath = TemporaryPath("sink.err");
   std::remove(logPath.c_str());
-  ASSERT_EQ(RunHost("CPD_JOYSTICK_LOG='" + logPath + "'", errPath), 0);
+  ASSERT_EQ(RunHost(logPath, errPath), 0);
 
   const std::vector<std::string> lines = ReadLines(logPath);
   ASSERT_GE(lines.size(), 6U);  // "%p", "", thread start and exit, "%p", "begin", "end"
@@ -54,7 +77,7 @@ TEST(DefaultSink, WritesTimestampedLevelledLinesToTheConfiguredFile) {
 
 TEST(DefaultSink, WritesToStandardErrorWithoutAConfiguredFile) {
   const std::string errPath = TemporaryPath("sink-stderr.err");
-  ASSERT_EQ(RunHost("env -u CPD_JOYSTICK_LOG", errPath), 0);
+  ASSERT_EQ(RunHost("", errPath), 0);
   const std::vector<std::string> lines = ReadLines(errPath);
   ASSERT_GE(lines.size(), 6U);
   size_t libraryLines = 0;

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -10,14 +9,15 @@
 #include <vector>
 
 #include "common/log_sink.h"
+#include "test_environment.h"
 
 namespace {
 
 TEST(DefaultSinkConcurrency, LinesFromManyThreadsNeverInterleave) {
   const std::string path =
-      ::testing::TempDir() + "sink-concurrency-" + std::to_string(getpid()) + ".log";
+      ::testing::TempDir() + "sink-concurrency-" + std::to_string(cpd::test::ProcessId()) + ".log";
   std::remove(path.c_str());
-  setenv("CPD_JOYSTICK_LOG", path.c_str(), 1);  // read at the first line
+  cpd::test::SetEnvironment("CPD_JOYSTICK_LOG", path);  // read at the first line
 
   constexpr int THREADS = 8;
   constexpr int LINES = 300;

@@ -2,14 +2,20 @@
 // next one loads it. Each run is a separate process that exits right after its call.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+
+#include "test_environment.h"
+
+#if defined(_WIN32)
+#define popen _popen
+#define pclose _pclose
+#else
+#include <sys/wait.h>
+#endif
 
 namespace {
 
@@ -23,9 +29,13 @@ std::string ReadFile(const std::string& path) {
 class PolicyRestart : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/cpd-policy-restart-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    mDirectory = pattern;
+    const std::filesystem::path directory =
+        std::filesystem::temp_directory_path() /
+        ("cpd-policy-restart-" + std::to_string(cpd::test::ProcessId()) + "-" +
+         ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::remove_all(directory);
+    ASSERT_TRUE(std::filesystem::create_directories(directory));
+    mDirectory = directory.string();
     mStorePath = mDirectory + "/store.json";
     mLogPath = mDirectory + "/log.txt";
   }
@@ -35,8 +45,12 @@ class PolicyRestart : public ::testing::Test {
   // Runs the tool with `arguments` on this test's own store file and log file; its standard
   // output, or "exit <status>" when it failed.
   std::string Run(const std::string& arguments) const {
-    const std::string command = "CPD_JOYSTICK_STORE='" + mStorePath + "' CPD_JOYSTICK_LOG='" +
-                                mLogPath + "' '" + POLICY_STORE_TOOL + "' " + arguments;
+    cpd::test::SetEnvironment("CPD_JOYSTICK_STORE", mStorePath);
+    cpd::test::SetEnvironment("CPD_JOYSTICK_LOG", mLogPath);
+    std::string command = "\"" + ToolPath() + "\" " + arguments;
+#if defined(_WIN32)
+    command = "\"" + command + "\"";  // cmd.exe drops the outermost pair of quotes
+#endif
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) {
       return "cannot start";
@@ -47,10 +61,23 @@ class PolicyRestart : public ::testing::Test {
       output += buffer;
     }
     const int status = ::pclose(pipe);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-      return "exit " + std::to_string(status);
-    }
-    return output;
+#if defined(_WIN32)
+    const bool exitedCleanly = status == 0;
+#else
+    const bool exitedCleanly = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+#endif
+    return exitedCleanly ? output : "exit " + std::to_string(status);
+  }
+
+  static std::string ToolPath() {
+#if defined(_WIN32)
+    // Beside this program, in the folder of the build's DLLs.
+    char self[MAX_PATH];
+    const std::string path(self, GetModuleFileNameA(nullptr, self, MAX_PATH));
+    return path.substr(0, path.find_last_of("\\/") + 1) + "policy_store_tool.exe";
+#else
+    return POLICY_STORE_TOOL;
+#endif
   }
 
   std::string mDirectory;
@@ -60,7 +87,7 @@ class PolicyRestart : public ::testing::Test {
 
 TEST_F(PolicyRestart, ChoiceRecordedInOneProcessIsAnsweredInTheNext) {
   EXPECT_EQ(Run("get 045e 028e"), "0\n");
-  EXPECT_EQ(Run("set 045e 028e 6 'Xbox Controller'"), "");
+  EXPECT_EQ(Run("set 045e 028e 6 \"Xbox Controller\""), "");
   EXPECT_EQ(Run("get 045e 028e"), "6\n");
   EXPECT_NE(ReadFile(mStorePath).find("joystickPolicyList"), std::string::npos);
   const std::string log = ReadFile(mLogPath);
@@ -69,9 +96,9 @@ TEST_F(PolicyRestart, ChoiceRecordedInOneProcessIsAnsweredInTheNext) {
 }
 
 TEST_F(PolicyRestart, LaterProcessAddsToWhatAnEarlierOneStored) {
-  EXPECT_EQ(Run("set 045e 028e 6 'Xbox Controller'"), "");
-  EXPECT_EQ(Run("set 054c 0ce6 1 'DualSense Wireless Controller'"), "");
-  EXPECT_EQ(Run("set 045e 028e 4 'Xbox Controller'"), "");
+  EXPECT_EQ(Run("set 045e 028e 6 \"Xbox Controller\""), "");
+  EXPECT_EQ(Run("set 054c 0ce6 1 \"DualSense Wireless Controller\""), "");
+  EXPECT_EQ(Run("set 045e 028e 4 \"Xbox Controller\""), "");
   EXPECT_EQ(Run("get 045e 028e"), "4\n");
   EXPECT_EQ(Run("get 054c 0ce6"), "1\n");
 }

@@ -31,6 +31,15 @@ size_t PacketsDuring(const TestListener& listener, std::chrono::milliseconds win
   return listener.PacketCount() - before;
 }
 
+// Sets the variable the library reads with getenv when it is first used.
+int SetStartingInterval(const char* value) {
+#if defined(_WIN32)
+  return _putenv_s("CPD_JOYSTICK_POLL_MS", value);
+#else
+  return setenv("CPD_JOYSTICK_POLL_MS", value, 1);
+#endif
+}
+
 // Moves the pad's left stick a little at every SDL update, so every poll sees a new state.
 struct Wobble {
   int pad = -1;
@@ -161,7 +170,7 @@ TEST_F(PollInterval, TheLastUnregisterReturnsWithinAboutOneInterval) {
 
 // The variable is read when the library is first used, so these set it before any call.
 TEST_F(PollInterval, EnvironmentVariableSetsTheStartingInterval) {
-  ASSERT_EQ(setenv("CPD_JOYSTICK_POLL_MS", "4", 1), 0);
+  ASSERT_EQ(SetStartingInterval("4"), 0);
   Wobble wobble;
   wobble.pad = Plug(XBOX_PAD, "/dev/input/event20");
   Register();
@@ -177,7 +186,7 @@ TEST_F(PollInterval, EnvironmentVariableSetsTheStartingInterval) {
 }
 
 TEST_F(PollInterval, BadEnvironmentVariableIsIgnoredWithOneErrorLine) {
-  ASSERT_EQ(setenv("CPD_JOYSTICK_POLL_MS", "fast", 1), 0);
+  ASSERT_EQ(SetStartingInterval("fast"), 0);
   Wobble wobble;
   wobble.pad = Plug(XBOX_PAD, "/dev/input/event20");
   Register();

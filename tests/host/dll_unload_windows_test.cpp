@@ -1,0 +1,83 @@
+// A Windows host may load the bridge with LoadLibrary and free it again while the polling thread
+// runs. The bridge pins itself on the first call, so the code that thread runs stays mapped:
+// the host goes on, its listener keeps hearing, and it can stop polling and exit normally.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "cpd_joystick/joystick_api.h"
+#include "sdl_sim.h"
+
+namespace {
+
+// A host that loads the bridge at run time has no import library to bind CpdJoystickNotify's
+// members to, so it declares the listener interface itself, slot for slot, as the public header
+// allows. The bridge calls only the three handlers through the vtable.
+class HostNotify {
+ public:
+  HostNotify() = default;
+  HostNotify(const HostNotify&) = delete;
+  HostNotify& operator=(const HostNotify&) = delete;
+  virtual ~HostNotify() = default;
+  virtual void OnJoystickData(const JoystickDataPacket* data, int32_t length) = 0;
+  virtual void OnDevListUpdate() = 0;
+  virtual void OnJoystickEvent(std::string event, const EventRecord& record) = 0;
+};
+
+class CountingListener : public HostNotify {
+ public:
+  void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) override {
+    ++packets;
+  }
+  void OnDevListUpdate() override {}
+  void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
+
+  CpdJoystickNotify* AsNotify() { return reinterpret_cast<CpdJoystickNotify*>(this); }
+
+  std::atomic<int> packets{0};
+};
+
+using RegisterCall = int32_t (*)(CpdJoystickNotify*);
+
+// GetProcAddress answers a generic function pointer; the export's real type is known here.
+RegisterCall Export(HMODULE module, const char* name) {
+  return reinterpret_cast<RegisterCall>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+bool WaitForPackets(const CountingListener& listener, int count) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (listener.packets.load() < count && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return listener.packets.load() >= count;
+}
+
+TEST(DllUnload, FreeLibraryWhilePollingLeavesTheBridgeRunning) {
+  sim_plug("Xbox Wireless Controller", "/dev/input/event20", 0x045e, 0x0b13, 6, 11, 1);
+  HMODULE bridge = LoadLibraryW(L"cpd_joystick.dll");
+  ASSERT_NE(bridge, nullptr);
+  // The exported names are the C++ ones (GCC's mangling), as a host's linker would bind them.
+  const RegisterCall registerNotify =
+      Export(bridge, "_Z26JoysticAPI_RegsisterNotifyP17CpdJoystickNotify");
+  const RegisterCall unregisterNotify =
+      Export(bridge, "_Z28JoysticAPI_UnregsisterNotifyP17CpdJoystickNotify");
+  ASSERT_NE(registerNotify, nullptr);
+  ASSERT_NE(unregisterNotify, nullptr);
+
+  CountingListener listener;
+  ASSERT_EQ(registerNotify(listener.AsNotify()), 0);
+  ASSERT_TRUE(WaitForPackets(listener, 3));
+
+  ASSERT_NE(FreeLibrary(bridge), 0);
+  EXPECT_EQ(GetModuleHandleW(L"cpd_joystick.dll"), bridge) << "unmapped under its own threads";
+  const int before = listener.packets.load();
+  EXPECT_TRUE(WaitForPackets(listener, before + 3)) << "polling stopped with the unload";
+
+  // The host's reference is gone, but the pinned bridge still answers at the same address.
+  EXPECT_EQ(unregisterNotify(listener.AsNotify()), 0);
+}
+
+}  // namespace
