@@ -168,33 +168,35 @@ TEST_F(PollInterval, TheLastUnregisterReturnsWithinAboutOneInterval) {
   EXPECT_LT(Clock::now() - start, 1s);  // wide: one interval plus a slow machine's scheduling
 }
 
-// The variable is read when the library is first used, so these set it before any call.
-TEST_F(PollInterval, EnvironmentVariableSetsTheStartingInterval) {
+// The variable is read when the library is first used, so these set it before any call and then
+// count the packets of one pad whose stick moves at every poll.
+class PollIntervalFromEnvironment : public PollInterval {
+ protected:
+  size_t PacketsInASecondOfMovement() {
+    Wobble wobble;
+    wobble.pad = Plug(XBOX_PAD, "/dev/input/event20");
+    Register();
+    EXPECT_TRUE(WaitForPackets(5));
+    sim_set_update_hook(&WobbleOnEveryUpdate, &wobble);
+    std::this_thread::sleep_for(100ms);
+    const size_t packets = PacketsDuring(listener, 1000ms);
+    sim_set_update_hook(nullptr, nullptr);
+    return packets;
+  }
+};
+
+TEST_F(PollIntervalFromEnvironment, SetsTheStartingInterval) {
   ASSERT_EQ(SetStartingInterval("4"), 0);
-  Wobble wobble;
-  wobble.pad = Plug(XBOX_PAD, "/dev/input/event20");
-  Register();
-  ASSERT_TRUE(WaitForPackets(5));
-  sim_set_update_hook(&WobbleOnEveryUpdate, &wobble);
-  std::this_thread::sleep_for(100ms);
-  const size_t packets = PacketsDuring(listener, 1000ms);
-  sim_set_update_hook(nullptr, nullptr);
+  const size_t packets = PacketsInASecondOfMovement();
   EXPECT_GT(packets, 80U);  // a new state every poll: far above the 33 a second of 30 ms
   EXPECT_EQ(
       CountLogBody(ErrorBody("CPD_JOYSTICK_POLL_MS=4 ignored: the poll interval is 1 to 30 ms")),
       0U);
 }
 
-TEST_F(PollInterval, BadEnvironmentVariableIsIgnoredWithOneErrorLine) {
+TEST_F(PollIntervalFromEnvironment, BadValueIsIgnoredWithOneErrorLine) {
   ASSERT_EQ(SetStartingInterval("fast"), 0);
-  Wobble wobble;
-  wobble.pad = Plug(XBOX_PAD, "/dev/input/event20");
-  Register();
-  ASSERT_TRUE(WaitForPackets(5));
-  sim_set_update_hook(&WobbleOnEveryUpdate, &wobble);
-  std::this_thread::sleep_for(100ms);
-  const size_t packets = PacketsDuring(listener, 1000ms);
-  sim_set_update_hook(nullptr, nullptr);
+  const size_t packets = PacketsInASecondOfMovement();
   EXPECT_LT(packets, 45U);  // the default: one packet per 30 ms poll
   EXPECT_EQ(
       CountLogBody(ErrorBody("CPD_JOYSTICK_POLL_MS=fast ignored: the poll interval is 1 to 30 ms")),
