@@ -67,8 +67,16 @@ JoystickManager* JoystickManager::GetInstance() {
 
 int32_t JoystickManager::Init() {
   CPD_LOG_DEBUG("");
+  ArmTeardown();
   mStop.exchange(false);
-  mThread = std::make_unique<std::thread>(&JoystickManager::process, this);
+  {
+    std::lock_guard<std::mutex> lock(mEndMutex);
+    mThreadEnded = false;
+  }
+  mThread = std::make_unique<std::thread>([this] {
+    process();
+    MarkThreadEnded();
+  });
   BuildMappingList();
   return 0;
 }
@@ -97,6 +105,10 @@ void JoystickManager::MarkPollingThread() {
   tOnPollingThread = true;
 }
 
+bool JoystickManager::InsideLibraryCall() {
+  return RegistrationRefusal() != nullptr;
+}
+
 int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
   if (const char* refusal = RegistrationRefusal()) {
@@ -110,6 +122,10 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   }
   FlagScope registering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+  if (mTornDown.load()) {
+    CPD_LOG_ERROR("%p refused: the library is being unloaded", static_cast<void*>(notify));
+    return 0;
+  }
   {
     std::lock_guard<std::mutex> lock(mNotifyMutex);
     if (std::find(mNotifyList.begin(), mNotifyList.end(), notify) == mNotifyList.end()) {
