@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 
 #include "common/log.h"
 
@@ -10,6 +11,7 @@ namespace cpd {
 namespace {
 
 std::atomic<JoystickManager*> gInstance{nullptr};
+alignas(JoystickManager) unsigned char gInstanceStorage[sizeof(JoystickManager)];
 std::mutex gInstanceMutex;
 
 // True while this thread runs a listener callback. A listener that registers or unregisters from
@@ -59,7 +61,9 @@ JoystickManager* JoystickManager::GetInstance() {
   std::lock_guard<std::mutex> lock(gInstanceMutex);
   instance = gInstance.load(std::memory_order_relaxed);
   if (instance == nullptr) {
-    instance = new JoystickManager();  // never destroyed: hosts may call in until the very end
+    // Never destroyed, since hosts may call in until the very end; made in the library's own
+    // storage, so that unloading the library leaves nothing allocated behind.
+    instance = new (gInstanceStorage) JoystickManager();
     gInstance.store(instance, std::memory_order_release);
   }
   return instance;
