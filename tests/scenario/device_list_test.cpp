@@ -166,3 +166,24 @@ TEST_F(DeviceList, ControllerAheadOfASlotHolderPastTheFourthIsListedWithoutSlot)
 
 }  // namespace
 }  // namespace cpd::test
+
+namespace cpd::test {
+namespace {
+
+// A name is data, never a format: conversions in it reach the host's sink and list as typed.
+TEST_F(DeviceList, NameWithFormatConversionsIsListedAndLoggedAsTyped) {
+  const PadModel odd{"Odd %n%n%s%x Pad", 0x0079, 0x0006, 4, 12, 1};
+  Plug(odd, "/dev/input/event70");
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
+  ASSERT_EQ(devices.size(), 1U);
+  EXPECT_EQ(devices.front().name, "odd %n%n%s%x pad");
+  EXPECT_EQ(CountLogBody(DebugBody(
+                "vid[0x0079] pid[0x0006] devname[odd %n%n%s%x pad] index[0] mappingIndex[2]")),
+            1U);
+  ASSERT_TRUE(WaitForPackets(5));
+}
+
+}  // namespace
+}  // namespace cpd::test
