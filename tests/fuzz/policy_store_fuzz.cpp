@@ -86,6 +86,7 @@ extern "C" void quvaniLogPrint(int /*unused*/, int /*level*/, const char* /*tag*
   char line[128];
   va_list arguments;
   va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): started just above
   std::vsnprintf(line, sizeof line, format, arguments);
   va_end(arguments);
 }

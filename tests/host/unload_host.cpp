@@ -27,8 +27,9 @@ template <typename Function>
 Function Find(void* library, const char* name) {
   void* symbol = dlsym(library, name);
   if (symbol == nullptr) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the host loads and unloads from one thread only
     std::fprintf(stderr, "unload_host: %s not found: %s\n", name, dlerror());
-    std::exit(3);
+    std::exit(3);  // NOLINT(concurrency-mt-unsafe): nothing of the host runs besides
   }
   return reinterpret_cast<Function>(symbol);
 }
@@ -67,7 +68,7 @@ int main(int argc, char** argv) {
   // the library, so the pad plugged here is found by each of them.
   void* simulator = dlopen(argv[1], RTLD_NOW | RTLD_GLOBAL);
   if (simulator == nullptr) {
-    std::fprintf(stderr, "unload_host: %s\n", dlerror());
+    std::fprintf(stderr, "unload_host: %s\n", dlerror());  // NOLINT(concurrency-mt-unsafe)
     return 3;
   }
   using PlugFunction = int (*)(const char*, const char*, uint16_t, uint16_t, int, int, int);
@@ -79,7 +80,8 @@ int main(int argc, char** argv) {
   for (int round = 0; round < rounds; ++round) {
     void* module = dlopen(argv[2], RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
-      std::fprintf(stderr, "unload_host: %s\n", dlerror());
+      std::fprintf(stderr, "unload_host: %s\n",
+                   dlerror());  // NOLINT(concurrency-mt-unsafe)  // NOLINT(concurrency-mt-unsafe)
       return 3;
     }
     const auto registerListener = Find<int (*)()>(module, "controller_module_register");
@@ -95,7 +97,8 @@ int main(int argc, char** argv) {
       unregisterListener();
     }
     if (dlclose(module) != 0) {
-      std::fprintf(stderr, "unload_host: %s\n", dlerror());
+      std::fprintf(stderr, "unload_host: %s\n",
+                   dlerror());  // NOLINT(concurrency-mt-unsafe)  // NOLINT(concurrency-mt-unsafe)
       return 3;
     }
     unmapped += LibraryMapped() ? 0 : 1;

@@ -53,7 +53,10 @@ TEST(MonitorProgram, ScenarioFilesThatAreNoScenarioExitWithTwoAndSayWhy) {
     const ProgramRun run = RunMonitor({"--simulate", path, "--json"});
     EXPECT_EQ(run.exitCode, 2) << path;
     EXPECT_TRUE(run.out.empty()) << path;
-    EXPECT_TRUE(Contains(run.err, path + ": " + message)) << run.err;
+    std::string expected = path;
+    expected += ": ";
+    expected += message;
+    EXPECT_TRUE(Contains(run.err, expected)) << run.err;
   }
 }
 

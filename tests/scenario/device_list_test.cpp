@@ -126,6 +126,7 @@ namespace {
 // at its step 20699.)
 TEST_F(DeviceList, ControllerAheadOfASlotHolderPastTheFourthIsListedWithoutSlot) {
   std::vector<int> pads;
+  pads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     pads.push_back(Plug(GENERIC_PAD, "/dev/input/event6" + std::to_string(i)));
   }

@@ -142,12 +142,13 @@ class Soak : public Scenario {
   }
 
   void ChooseLayout() {
-    const auto slot = static_cast<uint16_t>(random() % 5);
-    const auto kind = static_cast<uint16_t>(random() % 8);
-    const int32_t result = JoysticAPI_SetMapping(slot, kind);
-    SOAK_CHECK(result <= 0, "SetMapping(" << slot << ", " << kind << ") returned " << result);
-    SOAK_CHECK(result < 0 || (kind >= 1 && kind <= 6),
-               "SetMapping(" << slot << ", " << kind << ") accepted an unknown layout kind");
+    const auto index = static_cast<uint16_t>(random() % 5);
+    const auto mappingIndex = static_cast<uint16_t>(random() % 8);
+    const int32_t result = JoysticAPI_SetMapping(index, mappingIndex);
+    SOAK_CHECK(result <= 0,
+               "SetMapping(" << index << ", " << mappingIndex << ") returned " << result);
+    SOAK_CHECK(result < 0 || (mappingIndex >= 1 && mappingIndex <= 6),
+               "SetMapping(" << index << ", " << mappingIndex << ") took an unknown layout kind");
   }
 
   void MoveInputs() {

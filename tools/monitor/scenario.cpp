@@ -10,9 +10,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <set>
+#include <system_error>
 #include <tuple>
 
 #include "pad_catalogue.h"
@@ -24,7 +24,7 @@ namespace {
 constexpr int64_t LONGEST_TIME_MS = 24LL * 60 * 60 * 1000;
 // A scenario is a few kilobytes; anything past these limits is not one.
 constexpr int MAX_NESTING = 100;
-constexpr size_t MAX_SCENARIO_BYTES = 1024 * 1024;
+constexpr size_t MAX_SCENARIO_BYTES = size_t{1024} * 1024;
 // How long a pipe or device may take to deliver the whole scenario.
 constexpr std::chrono::seconds READ_TIME_LIMIT{5};
 constexpr int MAX_INPUT_INDEX = 255;
@@ -380,7 +380,8 @@ bool ReadScenarioText(const std::string& path, std::string& text, std::string& e
       if (errno == EAGAIN || errno == EINTR) {
         continue;
       }
-      error = std::string("cannot read the scenario file: ") + std::strerror(errno);
+      error = "cannot read the scenario file: " +
+              std::error_code(errno, std::generic_category()).message();
       return false;
     }
     text.append(buffer.data(), static_cast<size_t>(got));
