@@ -38,8 +38,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   }
   gFolder = folder;
   gPath = gFolder + "/store.json";
-  setenv("CPD_JOYSTICK_STORE", gPath.c_str(),
-         1);  // NOLINT(concurrency-mt-unsafe): before any thread
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): set before any thread starts
+  setenv("CPD_JOYSTICK_STORE", gPath.c_str(), 1);
   return 0;
 }
 
