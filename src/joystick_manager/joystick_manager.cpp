@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #include "common/log.h"
 #include "joystick_policy/joystick_policy.h"
@@ -12,6 +13,7 @@ namespace cpd {
 namespace {
 
 std::atomic<JoystickManager*> gInstance{nullptr};
+alignas(JoystickManager) unsigned char gInstanceStorage[sizeof(JoystickManager)];
 std::mutex gInstanceMutex;
 
 // True while this thread runs a listener callback. A listener that registers or unregisters from
@@ -90,7 +92,9 @@ JoystickManager* JoystickManager::GetInstance() {
     std::lock_guard<std::mutex> lock(gInstanceMutex);
     instance = gInstance.load(std::memory_order_relaxed);
     if (instance == nullptr) {
-      instance = new JoystickManager();  // never destroyed: hosts may call in until the very end
+      // Never destroyed, since hosts may call in until the very end; made in the library's own
+      // storage, so that unloading the library leaves nothing allocated behind.
+      instance = new (gInstanceStorage) JoystickManager();
       gInstance.store(instance, std::memory_order_release);
       created = true;
     }
@@ -105,8 +109,16 @@ JoystickManager* JoystickManager::GetInstance() {
 
 int32_t JoystickManager::Init() {
   CPD_LOG_DEBUG("");
+  ArmTeardown();
   mStop.exchange(false);
-  mThread = std::make_unique<std::thread>(&JoystickManager::process, this);
+  {
+    std::lock_guard<std::mutex> lock(mEndMutex);
+    mThreadEnded = false;
+  }
+  mThread = std::make_unique<std::thread>([this] {
+    process();
+    MarkThreadEnded();
+  });
   BuildMappingList();
   return 0;
 }
@@ -135,6 +147,10 @@ void JoystickManager::MarkPollingThread() {
   tOnPollingThread = true;
 }
 
+bool JoystickManager::InsideLibraryCall() {
+  return RegistrationRefusal() != nullptr;
+}
+
 int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
   if (const char* refusal = RegistrationRefusal()) {
@@ -148,6 +164,10 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   }
   FlagScope registering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+  if (mTornDown.load()) {
+    CPD_LOG_ERROR("%p refused: the library is being unloaded", static_cast<void*>(notify));
+    return 0;
+  }
   {
     std::lock_guard<std::mutex> lock(mNotifyMutex);
     if (std::find(mNotifyList.begin(), mNotifyList.end(), notify) == mNotifyList.end()) {

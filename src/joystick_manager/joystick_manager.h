@@ -35,6 +35,10 @@ class JoystickManager {
 
   int32_t Init();
   int32_t Stop();
+  // Ends polling for good when the library is unloaded or the process exits with a listener
+  // still registered; registrations are refused from then on. Never waits for long: a polling
+  // thread that does not end in time is left to itself.
+  void Teardown();
 
   int32_t RegsisterNotify(CpdJoystickNotify* notify);
   int32_t UnregsisterNotify(CpdJoystickNotify* notify);
@@ -102,6 +106,15 @@ class JoystickManager {
 
   void process();
   void WaitForLayoutChoicesStored();
+  // Makes sure Teardown runs at unload or exit, before the library's other static objects go.
+  static void ArmTeardown();
+  // True when the calling thread is inside a listener callback, on the polling thread, or inside
+  // a registration: a thread that must not wait for the polling thread.
+  static bool InsideLibraryCall();
+  void MarkThreadEnded();
+  bool WaitForThreadEnd(std::chrono::milliseconds timeout);
+  // Lets go of everything the manager holds, once no polling thread can use it any more.
+  void ReleaseState();
   // Marks the calling thread as the polling thread, from which no registration may be made.
   static void MarkPollingThread();
   void RunPollingPass();
@@ -153,6 +166,13 @@ class JoystickManager {
   // Guards the device list and the layout catalogue. Never held during a listener call, an SDL
   // wait, or together with another lock.
   std::mutex mStateMutex;
+
+  // Set by Teardown; no registration is taken after it.
+  std::atomic<bool> mTornDown{false};
+  // Tells Teardown that the polling thread has left `process`, so joining it cannot hang.
+  std::mutex mEndMutex;
+  std::condition_variable mEndCond;
+  bool mThreadEnded = true;  // guarded by mEndMutex
 };
 
 }  // namespace cpd

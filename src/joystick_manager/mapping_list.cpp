@@ -39,11 +39,13 @@ int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
   CPD_LOG_DEBUG("index[%d] mappingIndex[%d]", index, mappingIndex);
   int32_t result = -1;
   if (std::optional<JoystickDevice> device = DeviceInSlot(index)) {
-    // The choice is remembered for the model before the kind is checked, so an unknown kind is
-    // stored too; readers ignore kinds they do not know.
-    if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
-      policy->SetMappingIndex(device->vid, device->pid, mappingIndex, device->name);
-      ++mChoicesRecorded;
+    // Only a layout kind is remembered: an unknown one would replace the user's last valid
+    // choice for the model. It still goes to ResetMapping, which refuses it with its own line.
+    if (IsLayoutKind(mappingIndex)) {
+      if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
+        policy->SetMappingIndex(device->vid, device->pid, mappingIndex, device->name);
+        ++mChoicesRecorded;
+      }
     }
     result = ResetMapping(*device, mappingIndex);
     if (result >= 0 && !InstallMapping(index, *device)) {

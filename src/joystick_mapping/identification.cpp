@@ -69,10 +69,6 @@ void LowerCaseInPlace(std::string& text) {
   });
 }
 
-bool IsLayout(uint32_t mappingIndex) {
-  return mappingIndex >= MAPPING_FIRST && mappingIndex <= MAPPING_LAST;
-}
-
 }  // namespace
 
 void OpenOrCreateMapping(JoystickDevice& device) {
@@ -83,7 +79,7 @@ void OpenOrCreateMapping(JoystickDevice& device) {
   if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
     // Compared unsigned, so that a negative answer is out of range too.
     const auto configured = static_cast<uint32_t>(policy->GetMappingIndex(device.vid, device.pid));
-    if (IsLayout(configured)) {
+    if (IsLayoutKind(configured)) {
       CPD_LOG_DEBUG("name[%s] The joystick has config mappingIndex[%d] ", device.name.c_str(),
                     static_cast<int>(configured));
       ResetMapping(device, static_cast<MappingIndex>(configured));
@@ -98,7 +94,7 @@ void OpenOrCreateMapping(JoystickDevice& device) {
 
 int32_t ResetMapping(JoystickDevice& device, MappingIndex mappingIndex) {
   CPD_LOG_DEBUG("name[%s] mappingIndex[%d]", device.name.c_str(), mappingIndex);
-  if (!IsLayout(mappingIndex)) {
+  if (!IsLayoutKind(mappingIndex)) {
     CPD_LOG_ERROR("name[%s] mappingIndex[%d] UNKNOWN mapping", device.name.c_str(), mappingIndex);
     return -1;
   }

@@ -20,6 +20,11 @@ inline constexpr MappingIndex MAPPING_XBOX = 6;
 inline constexpr MappingIndex MAPPING_FIRST = MAPPING_PS;
 inline constexpr MappingIndex MAPPING_LAST = MAPPING_XBOX;
 
+// True for the six layouts, MAPPING_FIRST to MAPPING_LAST.
+constexpr bool IsLayoutKind(uint32_t mappingIndex) {
+  return mappingIndex >= MAPPING_FIRST && mappingIndex <= MAPPING_LAST;
+}
+
 // "MAPPING_PS" ... "MAPPING_XBOX"; "MAPPING_UNKNOWN" for any other value, 0 included.
 std::string MappingIndexToString(uint32_t mappingIndex);
 

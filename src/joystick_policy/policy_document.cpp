@@ -76,9 +76,11 @@ std::string StyledText(const Json::Value& root) {
   return writer.write(root);
 }
 
+// `root` is left holding the edited tree that the text was written from.
 std::string EditedText(const std::string& document, const std::string& vidpid,
-                       uint16_t mappingIndex, const std::string& describe, bool keepComments) {
-  Json::Value root;
+                       uint16_t mappingIndex, const std::string& describe, bool keepComments,
+                       Json::Value& root) {
+  root = Json::Value();
   if (!document.empty()) {
     ParseDocument(document, root, keepComments);
   }
@@ -128,13 +130,15 @@ LookupResult LookupMappingIndex(const std::string& document, const std::string& 
 
 std::string UpdateMappingIndex(const std::string& document, const std::string& vidpid,
                                uint16_t mappingIndex, const std::string& describe) {
-  std::string updated = EditedText(document, vidpid, mappingIndex, describe, true);
+  Json::Value edited;
+  std::string updated = EditedText(document, vidpid, mappingIndex, describe, true, edited);
   Json::Value check;
   // The styled writer puts the next value on the line of a line comment that ends in a blank,
-  // turning it into part of the comment. A document whose comments would break it like that is
-  // written without them rather than in a form that can no longer be read.
-  if (!ParseDocument(updated, check)) {
-    updated = EditedText(document, vidpid, mappingIndex, describe, false);
+  // turning it into part of the comment. The text may then no longer read, or read as something
+  // else: a user's choice swallowed by the comment. A document whose comments would change it
+  // like that is written without them.
+  if (!ParseDocument(updated, check) || !(check == edited)) {
+    updated = EditedText(document, vidpid, mappingIndex, describe, false, edited);
   }
   return updated;
 }

@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "common/log.h"
@@ -37,9 +38,12 @@ bool gSlotReleased = false;
 bool gLoading = false;
 std::thread::id gLoadingThread;
 
-// Never destroyed, for the same reason.
+// Never destroyed, for the same reason; made in the library's own storage, so that unloading
+// the library leaves nothing allocated behind.
+alignas(std::condition_variable) unsigned char gLoadingDoneStorage[sizeof(std::condition_variable)];
+
 std::condition_variable& LoadingDone() {
-  static auto* done = new std::condition_variable();
+  static auto* done = new (gLoadingDoneStorage) std::condition_variable();
   return *done;
 }
 

@@ -2,8 +2,13 @@
 // clean end on SIGTERM. In the sanitizer builds this runs the sanitized monitor.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "program.h"
 
@@ -37,6 +42,31 @@ TEST(MonitorProgram, ABadScenarioFileExitsWithTwoAndNamesTheStep) {
   EXPECT_TRUE(run.out.empty());
   EXPECT_TRUE(Contains(run.err, file.Path() + ": step 2 names \"pad\", which is not plugged"))
       << run.err;
+}
+
+TEST(MonitorProgram, ScenarioFilesThatAreNoScenarioExitWithTwoAndSayWhy) {
+  const ScratchFile deep(std::string(1100, '[') + std::string(1100, ']'));
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {deep.Path(), "not valid JSON: nested deeper than 100 levels"},
+      {"/dev/zero", "longer than 1024 KiB, not a scenario file"}};
+  for (const auto& [path, message] : cases) {
+    const ProgramRun run = RunMonitor({"--simulate", path, "--json"});
+    EXPECT_EQ(run.exitCode, 2) << path;
+    EXPECT_TRUE(run.out.empty()) << path;
+    std::string expected = path;
+    expected += ": ";
+    expected += message;
+    EXPECT_TRUE(Contains(run.err, expected)) << run.err;
+  }
+}
+
+TEST(MonitorProgram, AScenarioFifoWithoutWriterExitsWithTwo) {
+  const std::string path = ::testing::TempDir() + "monitor-fifo-" + std::to_string(getpid());
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const ProgramRun run = RunMonitor({"--simulate", path, "--json"});
+  unlink(path.c_str());
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(Contains(run.err, path + ": nothing more to read after 5 s")) << run.err;
 }
 
 TEST(MonitorProgram, AMissingScenarioFileExitsWithTwo) {

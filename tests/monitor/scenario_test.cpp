@@ -1,6 +1,10 @@
 #include "scenario.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
 
 #include <string>
 #include <vector>
@@ -208,6 +212,39 @@ TEST(ScenarioFiles, AMissingFileIsNamed) {
   std::string error;
   EXPECT_FALSE(LoadScenarioFile("/nonexistent/scenario.json", scenario, error));
   EXPECT_EQ(error, "/nonexistent/scenario.json: cannot read the scenario file");
+}
+
+TEST(ScenarioFiles, NestingDeeperThanAScenarioNeedsIsRefused) {
+  Scenario scenario;
+  std::string error;
+  EXPECT_FALSE(ParseScenario(std::string(1100, '['), "deep.json", scenario, error));
+  EXPECT_EQ(error, "deep.json: not valid JSON: nested deeper than 100 levels");
+}
+
+TEST(ScenarioFiles, AnEndlessFileIsRefusedAfterOneMebibyte) {
+  Scenario scenario;
+  std::string error;
+  EXPECT_FALSE(LoadScenarioFile("/dev/zero", scenario, error));
+  EXPECT_EQ(error, "/dev/zero: longer than 1024 KiB, not a scenario file");
+}
+
+TEST(ScenarioFiles, AFolderIsRefused) {
+  Scenario scenario;
+  std::string error;
+  EXPECT_FALSE(LoadScenarioFile("/tmp", scenario, error));
+  EXPECT_EQ(error, "/tmp: is a directory, not a scenario file");
+}
+
+TEST(ScenarioFiles, AFifoWithoutWriterIsGivenUpAfterFiveSeconds) {
+  const std::string path = ::testing::TempDir() + "scenario-fifo-" + std::to_string(getpid());
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  Scenario scenario;
+  std::string error;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(LoadScenarioFile(path, scenario, error));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+  EXPECT_EQ(error, path + ": nothing more to read after 5 s (a pipe without a writer?)");
+  unlink(path.c_str());
 }
 
 class ShippedScenarios : public ::testing::TestWithParam<const char*> {};

@@ -269,6 +269,27 @@ TEST(PolicyUpdate, LineCommentThatWouldSwallowTheNextEntryIsDropped) {
   EXPECT_EQ(LookupMappingIndex(updated, XBOX).mappingIndex, 6);
 }
 
+TEST(PolicyUpdate, LineCommentThatWouldSwallowAnotherModelsChoiceIsDropped) {
+  const std::string before =
+      "[{\"vidpid\":\"057e:2009\",\"colour\":\"white\", // note \n\"mapping\":2}]";
+  const std::string expected = R"([
+   {
+      "colour" : "white",
+      "mapping" : 2,
+      "vidpid" : "057e:2009"
+   },
+   {
+      "describe" : "Xbox Controller",
+      "mapping" : 6,
+      "vidpid" : "045e:028e"
+   }
+]
+)";
+  const std::string updated = UpdateMappingIndex(before, XBOX, 6, "Xbox Controller");
+  EXPECT_EQ(updated, expected);
+  EXPECT_EQ(LookupMappingIndex(updated, "057e:2009").mappingIndex, 2);
+}
+
 TEST(PolicyUpdate, TextThatIsNotJsonIsReplaced) {
   EXPECT_EQ(UpdateMappingIndex("this is not json", XBOX, 6, "Xbox Controller"), ONE_XBOX_ENTRY);
 }

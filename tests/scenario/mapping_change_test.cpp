@@ -73,16 +73,27 @@ TEST_F(MappingChange, EmptySlotFailsWithItsErrorLine) {
   EXPECT_EQ(MappingOfSlot(0), 2);
 }
 
-TEST_F(MappingChange, UnknownKindIsStoredButNotApplied) {
+TEST_F(MappingChange, UnknownKindIsRefusedBeforeAnythingIsStored) {
   Plug(GENERIC_PAD, "/dev/input/event20");
   Register();
   ASSERT_TRUE(WaitForDevListUpdates(1));
-  EXPECT_EQ(JoysticAPI_SetMapping(0, 9), -1);
-  EXPECT_EQ(MappingOfSlot(0), 2);
-  EXPECT_EQ(CountLogBody(ErrorBody("name[generic usb joystick] mappingIndex[9] UNKNOWN mapping")),
-            1U);
-  EXPECT_EQ(CountLogBody(ErrorBody("index[0] mappingIndex[9] setmapping failed")), 1U);
-  EXPECT_TRUE(WaitForStoredText("\"mapping\" : 9"));
+  ASSERT_EQ(JoysticAPI_SetMapping(0, 3), 0);
+  ASSERT_TRUE(WaitForStoredText("\"mapping\" : 3"));
+  const std::string stored = StoredValue("joystickPolicyList");
+  const size_t writes = CountStoreCalls("SetSecure");
+
+  for (const uint16_t kind : {0, 7, 9, 65535}) {
+    EXPECT_EQ(JoysticAPI_SetMapping(0, kind), -1) << kind;
+    const std::string index = "mappingIndex[" + std::to_string(kind) + "]";
+    EXPECT_EQ(CountLogBody(ErrorBody("name[generic usb joystick] " + index + " UNKNOWN mapping")),
+              1U);
+    EXPECT_EQ(CountLogBody(ErrorBody("index[0] " + index + " setmapping failed")), 1U);
+  }
+  EXPECT_EQ(MappingOfSlot(0), 3);
+  // The watcher would have written within its one-second wait.
+  std::this_thread::sleep_for(1500ms);
+  EXPECT_EQ(CountStoreCalls("SetSecure"), writes);
+  EXPECT_EQ(StoredValue("joystickPolicyList"), stored);
 }
 
 TEST_F(MappingChange, ReplugBringsTheStoredChoiceBack) {

@@ -1,13 +1,18 @@
 #include "scenario.h"
 
+#include <fcntl.h>
 #include <json/json.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <cerrno>
+#include <chrono>
 #include <memory>
 #include <set>
-#include <sstream>
+#include <system_error>
 #include <tuple>
 
 #include "pad_catalogue.h"
@@ -17,6 +22,11 @@ namespace monitor {
 namespace {
 
 constexpr int64_t LONGEST_TIME_MS = 24LL * 60 * 60 * 1000;
+// A scenario is a few kilobytes; anything past these limits is not one.
+constexpr int MAX_NESTING = 100;
+constexpr size_t MAX_SCENARIO_BYTES = size_t{1024} * 1024;
+// How long a pipe or device may take to deliver the whole scenario.
+constexpr std::chrono::seconds READ_TIME_LIMIT{5};
 constexpr int MAX_INPUT_INDEX = 255;
 constexpr int MAX_AWAITED_DEVICES = 16;
 
@@ -300,10 +310,17 @@ bool ParseJson(const std::string& text, Json::Value& root, std::string& error) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder.settings_["allowComments"] = true;
+  builder.settings_["stackLimit"] = MAX_NESTING;
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   std::string errors;
-  if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
-    return true;
+  try {
+    if (reader->parse(text.data(), text.data() + text.size(), &root, &errors)) {
+      return true;
+    }
+  } catch (const Json::Exception&) {
+    // The reader gives up on deeper nesting by throwing instead of reporting.
+    error = "not valid JSON: nested deeper than " + std::to_string(MAX_NESTING) + " levels";
+    return false;
   }
   while (!errors.empty() && (errors.back() == '\n' || errors.back() == ' ')) {
     errors.pop_back();
@@ -311,6 +328,69 @@ bool ParseJson(const std::string& text, Json::Value& root, std::string& error) {
   std::replace(errors.begin(), errors.end(), '\n', ' ');
   error = "not valid JSON: " + errors;
   return false;
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : mFd(fd) {}
+  ~Descriptor() {
+    if (mFd >= 0) {
+      close(mFd);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int Get() const { return mFd; }
+
+ private:
+  int mFd;
+};
+
+// Reads the whole file, or fails with a message: a file that does not end within
+// MAX_SCENARIO_BYTES (/dev/zero), or a pipe that delivers nothing within READ_TIME_LIMIT (a FIFO
+// that nobody writes to), is not waited for. Opened without blocking, so that a FIFO without a
+// writer does not hold up the open either.
+bool ReadScenarioText(const std::string& path, std::string& text, std::string& error) {
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
+    error = "cannot read the scenario file";
+    return false;
+  }
+  if (S_ISDIR(status.st_mode)) {
+    error = "is a directory, not a scenario file";
+    return false;
+  }
+  const auto deadline = std::chrono::steady_clock::now() + READ_TIME_LIMIT;
+  std::array<char, 4096> buffer{};
+  while (true) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    pollfd ready{file.Get(), POLLIN, 0};
+    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) == 0) {
+      error = "nothing more to read after " + std::to_string(READ_TIME_LIMIT.count()) +
+              " s (a pipe without a writer?)";
+      return false;
+    }
+    const ssize_t got = read(file.Get(), buffer.data(), buffer.size());
+    if (got == 0) {
+      return true;
+    }
+    if (got < 0) {
+      if (errno == EAGAIN || errno == EINTR) {
+        continue;
+      }
+      error = "cannot read the scenario file: " +
+              std::error_code(errno, std::generic_category()).message();
+      return false;
+    }
+    text.append(buffer.data(), static_cast<size_t>(got));
+    if (text.size() > MAX_SCENARIO_BYTES) {
+      error =
+          "longer than " + std::to_string(MAX_SCENARIO_BYTES / 1024) + " KiB, not a scenario file";
+      return false;
+    }
+  }
 }
 
 }  // namespace
@@ -332,14 +412,12 @@ bool ParseScenario(const std::string& text, const std::string& origin, Scenario&
 }
 
 bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& error) {
-  std::ifstream file(path);
-  if (!file) {
-    error = path + ": cannot read the scenario file";
+  std::string text;
+  if (!ReadScenarioText(path, text, error)) {
+    error = path + ": " + error;
     return false;
   }
-  std::ostringstream text;
-  text << file.rdbuf();
-  return ParseScenario(text.str(), path, scenario, error);
+  return ParseScenario(text, path, scenario, error);
 }
 
 const char* StepKindName(StepKind kind) {

@@ -1,0 +1,46 @@
+// A host that returns from main while the library polls a simulated pad: its listener is still
+// registered and a layout choice is still on its way to the store. It must end with status 0.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "cpd_joystick/joystick_api.h"
+#include "sdl_sim.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class CountingListener : public CpdJoystickNotify {
+ public:
+  void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) override {
+    ++mPackets;
+  }
+  void OnDevListUpdate() override {}
+  void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
+  size_t Packets() const { return mPackets.load(); }
+
+ private:
+  std::atomic<size_t> mPackets{0};
+};
+
+// Made before main, so it outlives the library's teardown at exit.
+CountingListener gListener;
+
+}  // namespace
+
+int main() {
+  sim_plug("Xbox Wireless Controller", "/dev/input/event20", 0x045e, 0x0b13, 6, 11, 1);
+  JoysticAPI_RegsisterNotify(&gListener);
+  const auto deadline = std::chrono::steady_clock::now() + 20s;
+  while (gListener.Packets() < 3) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      std::fprintf(stderr, "exit_host: no packets\n");
+      return 4;
+    }
+    std::this_thread::sleep_for(5ms);
+  }
+  JoysticAPI_SetMapping(0, 1);
+  return 0;
+}
