@@ -219,7 +219,10 @@ void JoystickPolicy::handlePolicyChangeThread() {
       if (lastPass && mPolicyChanged) {
         CPD_LOG_ERROR("policy change not stored before the end\n");
       }
+    }
+    {
       std::lock_guard<std::mutex> lock(mWaitMutex);
+      ++mPassesDone;
       mPassDone.notify_all();
     }
     if (!lastPass) {
@@ -248,10 +251,20 @@ void JoystickPolicy::writePendingChange() {
   }
 }
 
+// Waits for one write attempt that starts after this call (so it writes the latest text), made at
+// once rather than after the watcher's retry wait; a store that refuses it is not waited for.
 bool JoystickPolicy::WaitUntilStored(std::chrono::milliseconds timeout) {
   std::unique_lock<std::mutex> lock(mWaitMutex);
-  return mPassDone.wait_for(lock, timeout, [this] { return !mPolicyChanged || mStopped; }) &&
-         !mPolicyChanged;
+  if (!mPolicyChanged) {
+    return true;
+  }
+  const uint64_t startedBefore = mPassesStarted;
+  mWakeUp = true;
+  mCond.notify_all();
+  mPassDone.wait_for(lock, timeout, [this, startedBefore] {
+    return !mPolicyChanged || mStopped || mPassesDone > startedBefore;
+  });
+  return !mPolicyChanged;
 }
 
 void JoystickPolicy::wakeWatcher() {
@@ -265,6 +278,7 @@ void JoystickPolicy::wakeWatcher() {
 void JoystickPolicy::takeWakeUp() {
   std::lock_guard<std::mutex> lock(mWaitMutex);
   mWakeUp = false;
+  ++mPassesStarted;
 }
 
 // A refused write stays pending without waking anyone, so it is retried after the full wait

@@ -38,7 +38,8 @@ class JoystickPolicy {
   int32_t SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex, std::string name);
   // Empties the document and schedules the write of the empty text; always 0.
   int32_t ClearPolicy();
-  // Waits until a pending change has reached the store, at most `timeout`; false if it has not.
+  // Has a pending change written at once and waits for that attempt, at most `timeout`; false if
+  // the change is still not stored.
   bool WaitUntilStored(std::chrono::milliseconds timeout);
 
  private:
@@ -61,8 +62,11 @@ class JoystickPolicy {
   // latest. Guarded by mMutex.
   uint64_t mPolicyVersion = 0;
   std::condition_variable mCond;
-  // Notified under mWaitMutex after every write pass of the watcher.
+  // Notified under mWaitMutex after every pass of the watcher; the passes started and finished so
+  // far, guarded by mWaitMutex.
   std::condition_variable mPassDone;
+  uint64_t mPassesStarted = 0;
+  uint64_t mPassesDone = 0;
   // Set under mWaitMutex by every wake-up and consumed by the watcher's wait, so a wake-up that
   // comes while the watcher is busy writing is not lost. Guarded by mWaitMutex.
   bool mWakeUp = false;
