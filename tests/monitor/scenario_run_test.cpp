@@ -121,15 +121,17 @@ std::vector<int> DeviceCounts(const Lines& lines) {
   return counts;
 }
 
-// Every device-list event follows the device list it announces, with nothing from the library
-// between them (a scenario step may be, since the scenario runs on a thread of its own).
+// Every device-list event follows the device list it announces, with no other list or event
+// between them. Scenario steps and log lines may be: the scenario and the policy store's watcher
+// run on threads of their own, and the host's own calls log on its thread.
 void ExpectEachListBeforeItsEvent(const Lines& lines) {
   for (size_t index = 0; index < lines.size(); ++index) {
     if (lines[index]["name"].asString() != "JOYSTICK_DEV_LIST_UPDATE") {
       continue;
     }
     size_t before = index;
-    while (before > 0 && lines[before - 1]["type"].asString() == "step") {
+    while (before > 0 && (lines[before - 1]["type"].asString() == "step" ||
+                          lines[before - 1]["type"].asString() == "log")) {
       --before;
     }
     ASSERT_GT(before, 0U);
