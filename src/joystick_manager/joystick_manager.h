@@ -122,11 +122,12 @@ class JoystickManager {
   void PollUntilChange();
   void IdentifyAndRecord(int32_t sdlIndex, JoystickDevice& device);
   bool ListPolledJoysticks(PollRun& run);
-  void StartPoll(PollRun& run, std::chrono::milliseconds interval);
+  static void StartPoll(PollRun& run, std::chrono::milliseconds interval);
   void EndPoll(PollRun& run, std::chrono::milliseconds interval);
   void PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, PollRun& run);
   void TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot);
   void RecordLastGamepad(int32_t sdlIndex, SDL_Joystick* handle, const XboxGamepad& gamepad);
+  void EndRunIfTabletLeft(const PollSnapshot& snapshot);
   void LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad, PollRun& run);
   void CloseJoysticks();
   int32_t UpdateJoystickDevList();

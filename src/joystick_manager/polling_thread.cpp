@@ -248,6 +248,10 @@ void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot)
   }
   if (device.vid == PEN_TABLET_VENDOR) {
     snapshot.kind = PollSnapshot::Ignored;
+    if (snapshot.handle != device._ptr) {
+      snapshot.handle = device._ptr;
+      snapshot.name.assign(device.name);
+    }
     return;
   }
   if (snapshot.handle != device._ptr) {
@@ -287,6 +291,10 @@ void JoystickManager::PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, Pol
     }
     return;
   }
+  if (snapshot.kind == PollSnapshot::Ignored) {
+    EndRunIfTabletLeft(snapshot);
+    return;
+  }
   if (snapshot.kind != PollSnapshot::Ready) {
     return;
   }
@@ -309,6 +317,16 @@ void JoystickManager::PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, Pol
   if (SDL_JoystickGetAttached(snapshot.handle) == SDL_FALSE) {
     CPD_LOG_DEBUG_IN(PROCESS, "joystick[%s] detached", snapshot.name.c_str());
     NotifyEvent(EVENT_DEV_DETACHED, CPD_EVENT_RECORD(PROCESS_ORIGIN, snapshot.name + " detached"));
+    mPolling.exchange(false);
+  }
+}
+
+// A tablet is never polled, but its leaving ends the run like any controller's: a controller
+// plugged in within the same poll keeps SDL's count unchanged and would otherwise not be opened
+// until the count next changes.
+void JoystickManager::EndRunIfTabletLeft(const PollSnapshot& snapshot) {
+  if (SDL_JoystickGetAttached(snapshot.handle) == SDL_FALSE) {
+    CPD_LOG_DEBUG("pen tablet [%s] detached", snapshot.name.c_str());
     mPolling.exchange(false);
   }
 }

@@ -333,6 +333,40 @@ TEST_F(Polling, PenTabletAmongControllersIsOpenedButNeverReported) {
   EXPECT_EQ(CountLogBody(DebugBody("wacom is not joystick")), 1U);
 }
 
+// Swaps a pen tablet for a pad inside one SDL update, so that no poll sees SDL's count change.
+struct TabletSwap {
+  int tablet = -1;
+  std::atomic<bool> armed{false};
+  std::atomic<bool> done{false};
+};
+
+void SwapTabletForPad(void* context, uint64_t /*update*/) {
+  auto* swap = static_cast<TabletSwap*>(context);
+  if (swap->armed.load() && !swap->done.exchange(true)) {
+    sim_unplug(swap->tablet);
+    Plug(GENERIC_PAD, "/dev/input/event22");
+  }
+}
+
+TEST_F(Polling, PadPluggedAsATabletLeavesInOnePollIsOpened) {
+  Plug(XBOX_PAD, "/dev/input/event20");
+  TabletSwap swap;
+  swap.tablet = Plug(PEN_TABLET, "/dev/input/event21");
+  sim_set_update_hook(&SwapTabletForPad, &swap);
+  Register();
+  ASSERT_TRUE(WaitForPackets(5));
+  swap.armed = true;
+  ASSERT_TRUE(WaitForDevListUpdates(2));
+  sim_set_update_hook(nullptr, nullptr);
+  std::vector<std::string> paths;
+  for (const _CpdJoystickDeviceInfo& device : JoysticAPI_GetDevList()) {
+    paths.push_back(device.path);
+  }
+  EXPECT_EQ(paths, (std::vector<std::string>{"/dev/input/event20", "/dev/input/event22"}));
+  EXPECT_EQ(CountLogBody(DebugBody("pen tablet [wacom intuos pen] detached")), 1U);
+  EXPECT_TRUE(EventsNamed("JOYSTICK_DEV_DETACHED").empty());  // listeners never saw the tablet
+}
+
 TEST_F(Polling, FifthControllerIsLoggedAsWithoutHandleAndSendsNothing) {
   for (int i = 0; i < 5; ++i) {
     Plug(GENERIC_PAD, "/dev/input/event" + std::to_string(50 + i));

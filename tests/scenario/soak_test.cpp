@@ -222,6 +222,15 @@ class Soak : public Scenario {
     }
   }
 
+  // "[a, b]", an entry without a path as "(no path)".
+  static std::string Names(const std::multiset<std::string>& paths) {
+    std::string names = "[";
+    for (const std::string& path : paths) {
+      names += (names.size() > 1 ? ", " : "") + (path.empty() ? std::string("(no path)") : path);
+    }
+    return names + "]";
+  }
+
   // Registers if needed and waits until the published list is what is plugged.
   void CheckSettledList() {
     if (!registered) {
@@ -248,8 +257,8 @@ class Soak : public Scenario {
           return listed == expected;
         },
         30s);
-    EXPECT_TRUE(settled) << Where() << "listed " << listed.size() << " entries, expected "
-                         << expected.size();
+    EXPECT_TRUE(settled) << Where() << "listed " << Names(listed) << ", expected "
+                         << Names(expected);
   }
 
   unsigned seed = 0;
