@@ -104,6 +104,17 @@ TEST(JsonLines, DevicesLineNamesEachLayoutFromTheLibrarysList) {
   EXPECT_EQ(line["devices"][1]["layoutName"].asString(), "layout 0");
 }
 
+TEST(JsonLines, ControllerWithoutASlotHasANullSlot) {
+  _CpdJoystickDeviceInfo slotless;
+  slotless.vid = 0x0079;
+  slotless.index = 0xFFFF;
+  slotless.path = slotless.devPath = "/dev/input/event21";
+  const Json::Value line = ParseLine(DevicesLine(5, {slotless}, {}));
+  ASSERT_EQ(line["devices"].size(), 1U);
+  EXPECT_TRUE(line["devices"][0]["slot"].isNull());
+  EXPECT_EQ(line["devices"][0]["path"].asString(), "/dev/input/event21");
+}
+
 TEST(JsonLines, EventLineKeepsTheWholeRecord) {
   const EventRecord record = {
       {"message", "[a.cpp f(1)] pad detached"}, {"status", "success"}, {"success", "true"}};

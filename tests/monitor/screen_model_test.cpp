@@ -100,9 +100,9 @@ TEST(ScreenModel, TheTableShowsEachControllerWithItsLayoutName) {
   const std::vector<std::string> lines = screen.Text();
   EXPECT_NE(lines[1].find("Slot"), std::string::npos);
   EXPECT_NE(lines[1].find("pkt/s"), std::string::npos);
-  EXPECT_EQ(lines[2].rfind(" 0    xbox wireless cont~", 0), 0U) << lines[2];
+  EXPECT_EQ(lines[2].rfind(" 0       xbox wireless c~", 0), 0U) << lines[2];
   EXPECT_NE(lines[2].find("045e:0b13 /dev/input/event20 MAPPING_XBOX"), std::string::npos);
-  EXPECT_EQ(lines[3].rfind(">1    dualsense", 0), 0U) << lines[3];
+  EXPECT_EQ(lines[3].rfind(">1       dualsense", 0), 0U) << lines[3];
   EXPECT_NE(lines[3].find("MAPPING_PS"), std::string::npos);
   EXPECT_EQ(screen.StyleAt(3, 10), Style::SELECTED);
   EXPECT_EQ(screen.StyleAt(2, 10), Style::NORMAL);
@@ -116,6 +116,16 @@ TEST(ScreenModel, AnUnopenedEntryIsSaidToBeOne) {
   view.devices[0] = DeviceRow{};
   view.devices[0].opened = false;
   EXPECT_NE(Joined(BuildScreen(view, 24, 80)).find("(not opened)"), std::string::npos);
+}
+
+TEST(ScreenModel, AnEntryWithoutASlotSaysSoInTheTableAndTheTitle) {
+  View view = TwoPads();
+  view.devices[1].slot = NO_SLOT;
+  const Screen screen = BuildScreen(view, 24, 80);
+  const std::vector<std::string> lines = screen.Text();
+  EXPECT_EQ(lines[3].rfind(">no slot dualsense", 0), 0U) << lines[3];
+  EXPECT_NE(LineWith(screen, "-- no slot: dualsense (MAPPING_PS) "), -1) << Joined(screen);
+  EXPECT_EQ(Joined(screen).find("65535"), std::string::npos);
 }
 
 TEST(ScreenModel, APressedButtonIsLitAndTheButtonWordShown) {
@@ -221,7 +231,7 @@ TEST(ScreenModel, TheSelectedEntryStaysInSightPastSixEntries) {
     view.devices.push_back(Pad(entry, "pad" + std::to_string(entry), 6));
   }
   view.selected = 7;
-  EXPECT_GE(LineWith(BuildScreen(view, 24, 80), ">7    pad7"), 0);
+  EXPECT_GE(LineWith(BuildScreen(view, 24, 80), ">7       pad7"), 0);
 }
 
 TEST(PadView, SticksAndTriggersScaleToTheirBoxes) {

@@ -86,12 +86,12 @@ void App::SetLayout(uint16_t layout) {
   const int32_t result = mSession.SetLayout(slot, layout);
   const std::string call = "JoysticAPI_SetMapping(" + std::to_string(slot) + ", " +
                            std::to_string(layout) + ") = " + std::to_string(result);
+  const std::string where = slot == NO_SLOT ? "no slot" : "slot " + std::to_string(slot);
   if (result < 0) {
-    Say("slot " + std::to_string(slot) + ": " + call + ", layout unchanged", true);
+    Say(where + ": " + call + ", layout unchanged", true);
     return;
   }
-  Say("slot " + std::to_string(slot) + ": " + call + ", now " +
-      LayoutNameOf(mLast.layouts, layout));
+  Say(where + ": " + call + ", now " + LayoutNameOf(mLast.layouts, layout));
   if (SimulatedPads* pads = mSession.Pads()) {
     pads->Refresh(path, layout);
   }

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "hex_dump.h"
+#include "view.h"
 
 namespace monitor {
 
@@ -37,7 +38,8 @@ Json::Value Line(const char* type, int64_t t) {
 Json::Value DeviceJson(const _CpdJoystickDeviceInfo& device,
                        const std::vector<LayoutName>& layouts) {
   Json::Value entry(Json::objectValue);
-  entry["slot"] = device.index;
+  // null: a controller without a slot (see NO_SLOT).
+  entry["slot"] = device.index == NO_SLOT ? Json::Value() : Json::Value(device.index);
   entry["name"] = device.name;
   entry["vid"] = Hex4(device.vid);
   entry["pid"] = Hex4(device.pid);

@@ -11,7 +11,7 @@ namespace monitor {
 
 namespace {
 
-constexpr int SLOT_WIDTH = 4;
+constexpr int SLOT_WIDTH = 7;  // "no slot"
 constexpr int IDS_WIDTH = 9;
 constexpr int LAYOUT_WIDTH = 19;
 constexpr int RATE_WIDTH = 5;
@@ -24,7 +24,8 @@ struct Columns {
 
 Columns ColumnsFor(int cols) {
   const int rest = std::max(cols - FIXED_WIDTH, 20);
-  const int path = std::clamp(rest / 2, 10, 24);
+  // A path like /dev/input/event20 stays whole on an 80-column terminal; names give way first.
+  const int path = std::clamp(rest - 16, 10, 24);
   return {rest - path, path};
 }
 
@@ -50,7 +51,7 @@ std::string TableRow(const DeviceRow& device, const std::vector<LayoutName>& lay
   char rate[16];
   std::snprintf(rate, sizeof rate, "%*.0f", RATE_WIDTH, device.packetsPerSecond);
   const std::string name = device.opened ? device.name : "(not opened)";
-  return " " + Fit(std::to_string(device.slot), SLOT_WIDTH) + " " + Fit(name, columns.name) + " " +
+  return " " + Fit(SlotText(device.slot), SLOT_WIDTH) + " " + Fit(name, columns.name) + " " +
          Fit(ids, IDS_WIDTH) + " " + Fit(device.path, columns.path) + " " +
          Fit(LayoutNameOf(layouts, device.layout), LAYOUT_WIDTH) + " " + rate;
 }
@@ -103,8 +104,8 @@ void DrawSelected(Screen& screen, const View& view, const ScreenLayout& layout) 
   std::string title = "no controller";
   if (any) {
     const DeviceRow& device = view.devices[view.selected];
-    title = "slot " + std::to_string(device.slot) + ": " + device.name + " (" +
-            LayoutNameOf(view.layouts, device.layout) + ")";
+    title = (device.slot == NO_SLOT ? "no slot" : "slot " + SlotText(device.slot)) + ": " +
+            device.name + " (" + LayoutNameOf(view.layouts, device.layout) + ")";
   }
   screen.Put(layout.padHeaderRow, 0, Rule(title, screen.Cols()), Style::HEADER);
   const bool live = any && view.hasPacket;

@@ -12,6 +12,15 @@
 
 namespace monitor {
 
+// The device list's slot of a controller opened while every slot was bound to another
+// controller still attached: it takes no layout and sends no packets.
+inline constexpr uint16_t NO_SLOT = 0xFFFF;
+
+// "no slot" for such a controller, the number otherwise.
+inline std::string SlotText(uint16_t slot) {
+  return slot == NO_SLOT ? "no slot" : std::to_string(slot);
+}
+
 struct DeviceRow {
   uint16_t slot = 0;
   std::string name;
