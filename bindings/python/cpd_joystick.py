@@ -30,7 +30,7 @@ from dataclasses import dataclass
 __all__ = [
     "Error", "Device", "Mapping", "Packet", "Listener", "load", "version", "register",
     "unregister", "dev_list", "mapping_list", "set_mapping", "calibration",
-    "set_poll_interval",
+    "set_poll_interval", "unstored_choices",
 ]
 
 # Must match cpd_joystick.h.
@@ -147,6 +147,7 @@ _SIGNATURES = {
     "cpd_joystick_set_mapping": (ctypes.c_int32, [ctypes.c_uint16, ctypes.c_uint16]),
     "cpd_joystick_calibration": (ctypes.c_int32, [ctypes.c_uint16]),
     "cpd_joystick_set_poll_interval": (ctypes.c_int32, [ctypes.c_uint16]),
+    "cpd_joystick_unstored_choices": (ctypes.c_int32, []),
     "cpd_joystick_version": (ctypes.c_char_p, []),
     "cpd_joystick_last_error": (ctypes.c_char_p, []),
 }
@@ -292,6 +293,12 @@ def set_poll_interval(milliseconds):
     is sent as soon as its state changes. Raises Error with the library's line for other values."""
     library = load()
     _checked(library, library.cpd_joystick_set_poll_interval(_uint16("milliseconds", milliseconds)))
+
+
+def unstored_choices():
+    """How many layout choices the secure store has not taken yet (0 when all are stored). A
+    refused choice is retried about once a second."""
+    return load().cpd_joystick_unstored_choices()
 
 
 def calibration(slot):

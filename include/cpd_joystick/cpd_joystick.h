@@ -134,6 +134,12 @@ CPD_JOYSTICK_API int32_t cpd_joystick_calibration(uint16_t index);
  * JoysticAPI_SetPollInterval: 0, or CPD_JOYSTICK_ERROR with an error line. */
 CPD_JOYSTICK_API int32_t cpd_joystick_set_poll_interval(uint16_t milliseconds);
 
+/* The layout-choice changes (one per controller model, and a cleared policy) that the secure
+ * store has not taken yet: 0 when everything chosen is stored. A change the store refuses (a
+ * read-only folder, a full disk, a host's store that says no) stays pending and is tried again
+ * about once a second, with no error line; a host can ask this to tell its user. */
+CPD_JOYSTICK_API int32_t cpd_joystick_unstored_choices(void);
+
 /* The library's version, e.g. "0.1.0". */
 CPD_JOYSTICK_API const char* cpd_joystick_version(void);
 /* The error lines the library logged during this thread's last call of a function above, one

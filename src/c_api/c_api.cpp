@@ -10,6 +10,7 @@
 #include "cpd_joystick/cpd_joystick.h"
 #include "cpd_joystick/joystick_api.h"
 #include "joystick_manager/joystick_manager.h"
+#include "joystick_policy/joystick_policy.h"
 
 namespace {
 
@@ -165,6 +166,11 @@ int32_t cpd_joystick_calibration(uint16_t index) {
 int32_t cpd_joystick_set_poll_interval(uint16_t milliseconds) {
   CCall call;
   return JoysticAPI_SetPollInterval(milliseconds) == 0 ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
+}
+
+int32_t cpd_joystick_unstored_choices(void) {
+  const std::shared_ptr<cpd::JoystickPolicy> policy = cpd::JoystickPolicy::Existing();
+  return policy != nullptr ? policy->UnstoredChanges() : 0;
 }
 
 const char* cpd_joystick_version(void) {

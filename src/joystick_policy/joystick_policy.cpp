@@ -1,7 +1,9 @@
 #include "joystick_policy/joystick_policy.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -9,6 +11,7 @@
 #include "cpd_joystick/sd_config.h"
 #include "joystick_manager/module_lifetime.h"
 #include "joystick_policy/policy_document.h"
+#include "joystick_policy/store_update_lock.h"
 
 namespace cpd {
 
@@ -31,6 +34,26 @@ std::string ReadStoredPolicy() {
     CPD_LOG_ERROR("reading the policy failed\n");
   }
   return "";
+}
+
+// The document as the store holds it now: another process may have stored a choice since this
+// one loaded it. False when the store cannot be read; the change then stays pending rather than
+// overwrite what could not be seen.
+bool ReadStoredPolicyBack(std::string& text) {
+  try {
+    sd::SDConfig* store = sd::SDConfig::GetInstance();
+    if (store == nullptr) {
+      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
+      return false;
+    }
+    text = store->GetSecure(policy::POLICY_STORE_KEY);
+    return true;
+  } catch (const std::exception& error) {
+    CPD_LOG_ERROR("reading the policy back failed, change kept pending: %s\n", error.what());
+  } catch (...) {
+    CPD_LOG_ERROR("reading the policy back failed, change kept pending\n");
+  }
+  return false;
 }
 
 // True when the store took the text. A missing or failing store leaves the change pending.
@@ -152,6 +175,9 @@ int32_t JoystickPolicy::ClearPolicy() {
     std::lock_guard<std::mutex> lock(mMutex);
     mPolicyStr.clear();
     ++mPolicyVersion;
+    mPendingChoices.clear();
+    mPendingClear = true;
+    mClearVersion = mPolicyVersion;
     mPolicyChanged = true;
   }
   wakeWatcher();
@@ -191,6 +217,13 @@ int32_t JoystickPolicy::setMappingIndexToConfig(std::string vidpid, uint16_t map
     mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
     updated = mPolicyStr;
     ++mPolicyVersion;
+    PendingChoice& pending = mPendingChoices[vidpid];
+    if (pending.firstChange == 0) {
+      pending.firstChange = mPolicyVersion;
+    }
+    pending.mappingIndex = mappingIndex;
+    pending.describe = describe;
+    pending.lastChange = mPolicyVersion;
     mPolicyChanged = true;
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("policy update failed: %s\n", error.what());
@@ -232,23 +265,72 @@ void JoystickPolicy::handlePolicyChangeThread() {
   CPD_LOG_DEBUG("handlePolicyChangeThread exit\n");
 }
 
-// The store is called with a copy of the text and no lock held, so a store that is slow, or that
-// calls back into the library, holds up no one. The change counts as written only if nothing
-// changed the text meanwhile; otherwise the next pass writes the newer text.
+// Each pass reads the document back from the store and merges the pending choices into it, so
+// that a choice another process stored since is kept, and writes the result; the default store
+// is held meanwhile, so that no other process writes in between. The store is called with no lock
+// of ours held, so a store that is slow, or that calls back into the library, holds up no one; a
+// change made meanwhile stays pending for the next pass.
 void JoystickPolicy::writePendingChange() {
-  std::string text;
-  uint64_t version = 0;
-  {
-    std::lock_guard<std::mutex> lock(mMutex);
-    text = mPolicyStr;
-    version = mPolicyVersion;
+  const PendingWrite pending = TakePendingWrite();
+  const StoreUpdateLock storeHeld;
+  std::string stored;
+  if (!storeHeld.Usable() || (!pending.clear && !ReadStoredPolicyBack(stored))) {
+    return;
   }
-  CPD_LOG_DEBUG_IN("handlePolicyChangeThread", "config mPolicyStr  %s\n", text.c_str());
-  const bool stored = WriteStoredPolicy(text);
+  const std::string merged = policy::MergeChoices(std::move(stored), pending.choices);
+  CPD_LOG_DEBUG_IN("handlePolicyChangeThread", "config mPolicyStr  %s\n", merged.c_str());
+  if (WriteStoredPolicy(merged)) {
+    FinishWrite(pending, merged);
+  }
+}
+
+JoystickPolicy::PendingWrite JoystickPolicy::TakePendingWrite() {
   std::lock_guard<std::mutex> lock(mMutex);
-  if (stored && version == mPolicyVersion) {
-    mPolicyChanged = false;
+  PendingWrite pending;
+  pending.clear = mPendingClear;
+  pending.choices = PendingChoicesInOrder();
+  pending.version = mPolicyVersion;
+  return pending;
+}
+
+// Caller holds mMutex.
+std::vector<policy::Choice> JoystickPolicy::PendingChoicesInOrder() const {
+  std::vector<std::pair<uint64_t, policy::Choice>> ordered;
+  ordered.reserve(mPendingChoices.size());
+  for (const auto& [vidpid, choice] : mPendingChoices) {
+    ordered.push_back({choice.firstChange, {vidpid, choice.mappingIndex, choice.describe}});
   }
+  std::sort(ordered.begin(), ordered.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
+  std::vector<policy::Choice> choices;
+  choices.reserve(ordered.size());
+  for (auto& entry : ordered) {
+    choices.push_back(std::move(entry.second));
+  }
+  return choices;
+}
+
+// The store holds `stored`, which has every change up to `written.version`. The document in
+// memory becomes that text with the changes made since, so lookups see the other processes'
+// choices too; a clear made since stays as it is.
+void JoystickPolicy::FinishWrite(const PendingWrite& written, const std::string& stored) {
+  std::lock_guard<std::mutex> lock(mMutex);
+  for (auto entry = mPendingChoices.begin(); entry != mPendingChoices.end();) {
+    entry = entry->second.lastChange <= written.version ? mPendingChoices.erase(entry)
+                                                        : std::next(entry);
+  }
+  if (mPendingClear && mClearVersion <= written.version) {
+    mPendingClear = false;
+  }
+  if (!mPendingClear) {
+    mPolicyStr = policy::MergeChoices(stored, PendingChoicesInOrder());
+  }
+  mPolicyChanged = mPendingClear || !mPendingChoices.empty();
+}
+
+int32_t JoystickPolicy::UnstoredChanges() {
+  std::lock_guard<std::mutex> lock(mMutex);
+  return static_cast<int32_t>(mPendingChoices.size()) + (mPendingClear ? 1 : 0);
 }
 
 // Waits for one write attempt that starts after this call (so it writes the latest text), made at

@@ -7,10 +7,14 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
+
+#include "joystick_policy/policy_document.h"
 
 namespace cpd {
 
@@ -38,6 +42,8 @@ class JoystickPolicy {
   int32_t SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex, std::string name);
   // Empties the document and schedules the write of the empty text; always 0.
   int32_t ClearPolicy();
+  // The changes not yet taken by the store: one per model chosen since, one for a clear.
+  int32_t UnstoredChanges();
   // Has a pending change written at once and waits for that attempt, at most `timeout`; false if
   // the change is still not stored.
   bool WaitUntilStored(std::chrono::milliseconds timeout);
@@ -47,7 +53,23 @@ class JoystickPolicy {
   int32_t setMappingIndexToConfig(std::string vidpid, uint16_t mappingIndex, std::string describe);
   bool StartWatcher(std::string stored, std::string& failure);
   void handlePolicyChangeThread();
+  // The changes not yet stored, as of one moment: what a write pass merges into the store's text.
+  struct PendingWrite {
+    bool clear = false;
+    std::vector<policy::Choice> choices;  // in the order the models were first chosen
+    uint64_t version = 0;
+  };
+  struct PendingChoice {
+    uint16_t mappingIndex = 0;
+    std::string describe;
+    uint64_t firstChange = 0;
+    uint64_t lastChange = 0;
+  };
+
   void writePendingChange();
+  PendingWrite TakePendingWrite();
+  std::vector<policy::Choice> PendingChoicesInOrder() const;
+  void FinishWrite(const PendingWrite& written, const std::string& stored);
   void wakeWatcher();
   void takeWakeUp();
   void waitForWakeUp();
@@ -61,6 +83,13 @@ class JoystickPolicy {
   // Counts the changes to mPolicyStr, so the watcher knows whether the text it wrote is still the
   // latest. Guarded by mMutex.
   uint64_t mPolicyVersion = 0;
+  // The choices made since the last write the store took, by model, each with the versions of
+  // its first and its latest change; and whether the policy was cleared since then (at which
+  // version). A write pass merges them into the text the store holds at that moment, so that a
+  // choice another process stored meanwhile is kept. Guarded by mMutex.
+  std::map<std::string, PendingChoice> mPendingChoices;
+  bool mPendingClear = false;
+  uint64_t mClearVersion = 0;
   std::condition_variable mCond;
   // Notified under mWaitMutex after every pass of the watcher; the passes started and finished so
   // far, guarded by mWaitMutex.

@@ -143,4 +143,11 @@ std::string UpdateMappingIndex(const std::string& document, const std::string& v
   return updated;
 }
 
+std::string MergeChoices(std::string document, const std::vector<Choice>& choices) {
+  for (const Choice& choice : choices) {
+    document = UpdateMappingIndex(document, choice.vidpid, choice.mappingIndex, choice.describe);
+  }
+  return document;
+}
+
 }  // namespace cpd::policy

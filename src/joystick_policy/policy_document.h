@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace cpd::policy {
 
@@ -34,5 +35,16 @@ LookupResult LookupMappingIndex(const std::string& document, const std::string& 
 // are not objects are written back as they came. Throws only when memory runs out.
 std::string UpdateMappingIndex(const std::string& document, const std::string& vidpid,
                                uint16_t mappingIndex, const std::string& describe);
+
+// One layout choice for one model, as recorded by UpdateMappingIndex.
+struct Choice {
+  std::string vidpid;
+  uint16_t mappingIndex = 0;
+  std::string describe;
+};
+
+// `document` with every choice recorded in turn, as UpdateMappingIndex records one; `document`
+// itself, unchanged, when there are none.
+std::string MergeChoices(std::string document, const std::vector<Choice>& choices);
 
 }  // namespace cpd::policy

@@ -265,6 +265,26 @@ TEST_F(CInterface, SetMappingAnswersAsTheCppExportAndErrorsCarryTheLibrarysLine)
   EXPECT_STREQ(cpd_joystick_last_error(), "");
 }
 
+TEST_F(CInterface, ChoicesTheStoreRefusesAreCountedUntilItTakesThem) {
+  PlugXbox();
+  const cpd_joystick_listener listener = ListenerFor(record);
+  ASSERT_EQ(Register(&listener), CPD_JOYSTICK_OK);
+  ASSERT_TRUE(record.WaitFor([&] { return record.devListUpdates >= 1; }));
+  SetStoreRefusing(true);
+  ASSERT_EQ(cpd_joystick_set_mapping(0, 2), 0);
+  EXPECT_EQ(cpd_joystick_unstored_choices(), 1);
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(cpd_joystick_unstored_choices(), 1);  // refused, still pending
+  SetStoreRefusing(false);
+  const auto deadline = std::chrono::steady_clock::now() + 5s;
+  while (cpd_joystick_unstored_choices() != 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(20ms);
+  }
+  EXPECT_EQ(cpd_joystick_unstored_choices(), 0);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+}
+
 TEST_F(CInterface, NullPointersAndNullCallbacksAreRefusedWithALine) {
   EXPECT_EQ(cpd_joystick_register(nullptr), CPD_JOYSTICK_ERROR_ARGUMENT);
   EXPECT_TRUE(Contains(cpd_joystick_last_error(), "\"null listener refused\""));

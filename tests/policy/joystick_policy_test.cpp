@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +19,8 @@
 namespace {
 
 using cpd::JoystickPolicy;
+using cpd::policy::LookupMappingIndex;
+namespace policy = cpd::policy;
 using cpd::test::CountLogBody;
 using cpd::test::CountStoreCalls;
 using cpd::test::DebugBody;
@@ -337,6 +340,53 @@ TEST_F(PolicyStore, SecondModelIsAddedToTheStoredDocument) {
   EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
 }
 
+// Another process that uses the same store stores a choice after this one loaded the document.
+TEST_F(PolicyStore, ChoiceAnotherProcessStoredMeanwhileIsKeptAndAnswered) {
+  auto policy = Started();
+  cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
+  policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 1);
+}
+
+TEST_F(PolicyStore, OwnLaterChoiceForTheSameModelWinsOverTheStoredOne) {
+  auto policy = Started();
+  cpd::test::SetStoredValue(KEY, XBOX_AND_DUALSENSE);
+  policy->SetMappingIndex(0x045e, 0x028e, 2, "Xbox Controller");
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  const std::string stored = StoredValue(KEY);
+  EXPECT_EQ(LookupMappingIndex(stored, "045e:028e").mappingIndex, 2);
+  EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
+}
+
+TEST_F(PolicyStore, ChoicesAlreadyStoredAreNotWrittenOverAnotherProcessesLaterOnes) {
+  auto policy = Started();
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  // The other process changes the Xbox pad's layout after ours was stored.
+  cpd::test::SetStoredValue(
+      KEY, policy::UpdateMappingIndex(ONE_XBOX_ENTRY, "045e:028e", 3, "Xbox Controller"));
+  policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 2));
+  const std::string stored = StoredValue(KEY);
+  EXPECT_EQ(LookupMappingIndex(stored, "045e:028e").mappingIndex, 3);
+  EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 3);
+}
+
+TEST_F(PolicyStore, ClearingDropsTheOtherProcessesChoicesToo) {
+  auto policy = Started();
+  cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
+  policy->ClearPolicy();
+  policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  EXPECT_TRUE(policy->WaitUntilStored(std::chrono::seconds(2)));
+  const std::string stored = StoredValue(KEY);
+  EXPECT_EQ(LookupMappingIndex(stored, "045e:028e").outcome, policy::LookupOutcome::NOT_FOUND);
+  EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
+}
+
 // Every wake-up is taken under the watcher's own lock, so none is missed and a change does not
 // wait for the one-second retry.
 TEST_F(PolicyStore, ChangeReachesTheStoreWithoutWaitingForTheRetry) {
@@ -399,15 +449,36 @@ TEST_F(PolicyStore, MissingStoreKeepsTheChangePendingUntilItReturns) {
   EXPECT_EQ(StoredValue(KEY), ONE_XBOX_ENTRY);
 }
 
-TEST_F(PolicyStore, StoreThatThrowsOnWriteKeepsTheChangePending) {
+TEST_F(PolicyStore, StoreThatThrowsKeepsTheChangePendingWithoutWriting) {
   auto policy = Started();
   cpd::test::SetStoreThrowing(true);
   policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
-  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
   ASSERT_TRUE(WaitForLogBody(
-      ErrorBody("writing the policy failed, change kept pending: store failure\\n")));
+      ErrorBody("reading the policy back failed, change kept pending: store failure\\n")));
+  EXPECT_EQ(CountStoreCalls("SetSecure"), 0U);  // what could not be read is not overwritten
   cpd::test::SetStoreThrowing(false);
-  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 2));
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  EXPECT_TRUE(SetSecureCalls().back().accepted);
+  EXPECT_EQ(StoredValue(KEY), ONE_XBOX_ENTRY);
+}
+
+std::atomic<bool> gWritesThrow{false};
+
+void ThrowOnWrite(const std::string& operation) {
+  if (operation == "SetSecure" && gWritesThrow) {
+    throw std::runtime_error("write failure");
+  }
+}
+
+TEST_F(PolicyStore, StoreThatThrowsOnWriteKeepsTheChangePending) {
+  auto policy = Started();
+  gWritesThrow = true;
+  cpd::test::SetStoreCallHook(&ThrowOnWrite);
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  ASSERT_TRUE(WaitForLogBody(
+      ErrorBody("writing the policy failed, change kept pending: write failure\\n")));
+  gWritesThrow = false;
+  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
   EXPECT_TRUE(SetSecureCalls().back().accepted);
   EXPECT_EQ(StoredValue(KEY), ONE_XBOX_ENTRY);
 }

@@ -130,6 +130,28 @@ class Module(unittest.TestCase):
         self.assertIn({"describe": "dualsense wireless controller", "mapping": 5,
                        "vidpid": "054c:0ce6"}, stored)
 
+    def test_a_choice_the_store_cannot_take_is_counted_until_it_is_stored(self):
+        plug("Generic USB Joystick", 0x0079, 0x0006)
+        cpd_joystick.register(self.recorder)
+        self.assertTrue(self.recorder.wait_for(lambda: self.recorder.dev_list_updates >= 1))
+        store = os.environ["CPD_JOYSTICK_STORE"]
+        blocker = store + ".blocker"  # a file where the store's folder would have to be
+        open(blocker, "w", encoding="utf-8").close()
+        os.environ["CPD_JOYSTICK_STORE"] = os.path.join(blocker, "store.json")
+        try:
+            cpd_joystick.set_mapping(0, 3)
+            time.sleep(0.3)  # the watcher's first attempt, refused
+            self.assertEqual(cpd_joystick.unstored_choices(), 1)
+        finally:
+            os.environ["CPD_JOYSTICK_STORE"] = store
+            os.remove(blocker)
+        deadline = time.monotonic() + WAIT
+        while cpd_joystick.unstored_choices() != 0 and time.monotonic() < deadline:
+            time.sleep(0.05)
+        self.assertEqual(cpd_joystick.unstored_choices(), 0)
+        self.assertIn({"describe": "generic usb joystick", "mapping": 3,
+                       "vidpid": "0079:0006"}, _stored_policy())
+
     def test_bad_slot_and_bad_layout_raise_with_the_librarys_message(self):
         plug("Nintendo Switch Pro Controller", 0x057E, 0x2009)
         cpd_joystick.register(self.recorder)
