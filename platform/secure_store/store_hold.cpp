@@ -2,6 +2,7 @@
 #include "store_hold.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -18,8 +19,12 @@ using Clock = std::chrono::steady_clock;
 constexpr auto LONGEST_WAIT = std::chrono::seconds(2);
 constexpr auto POLL_INTERVAL = std::chrono::milliseconds(1);
 
-std::timed_mutex gProcessTurn;
-// The lock file the holding thread has locked; touched only by the thread that holds gProcessTurn.
+// The process's turn: taken by one thread at a time, waited for with a deadline. (Not a
+// std::timed_mutex: ThreadSanitizer does not see its timed lock and reports every unlock.)
+std::mutex gTurnMutex;
+std::condition_variable gTurnFree;
+bool gTurnTaken = false;
+// The lock file the thread holding the turn has locked; touched only by that thread.
 LockHandle gLockFile = -1;
 bool gHaveLockFile = false;
 thread_local int tDepth = 0;
@@ -66,28 +71,49 @@ bool LockFileBeside(const std::string& path, Purpose purpose, Clock::time_point 
   return true;
 }
 
+bool TakeTurn(Clock::time_point deadline) {
+  std::unique_lock<std::mutex> lock(gTurnMutex);
+  if (!gTurnFree.wait_until(lock, deadline, [] { return !gTurnTaken; })) {
+    return false;
+  }
+  gTurnTaken = true;
+  return true;
+}
+
+void GiveTurn() noexcept {
+  const std::lock_guard<std::mutex> lock(gTurnMutex);
+  gTurnTaken = false;
+  gTurnFree.notify_one();
+}
+
 bool Acquire(const std::string& path, Purpose purpose, std::string& error) {
   const Clock::time_point deadline = Clock::now() + LONGEST_WAIT;
-  std::unique_lock<std::timed_mutex> turn(gProcessTurn, deadline);
-  if (!turn.owns_lock()) {
+  if (!TakeTurn(deadline)) {
     error = "cannot lock " + path + " within 2 s: another thread of this process holds it";
     return false;
   }
-  if (!LockFileBeside(path, purpose, deadline, error)) {
+  bool locked = false;
+  try {
+    locked = LockFileBeside(path, purpose, deadline, error);
+  } catch (...) {
+    GiveTurn();
+    throw;
+  }
+  if (!locked) {
+    GiveTurn();
     return false;
   }
-  turn.release();  // until Release
   tDepth = 1;
   return true;
 }
 
-void Release() {
+void Release() noexcept {
   if (gHaveLockFile) {
     CloseLockFile(gLockFile);
     gHaveLockFile = false;
   }
   tDepth = 0;
-  gProcessTurn.unlock();
+  GiveTurn();
 }
 
 }  // namespace

@@ -303,6 +303,32 @@ TEST_F(DefaultStore, UpdateHoldsOtherThreadsOffUntilItsEnd) {
   EXPECT_EQ(Store().GetSecure(KEY), "other thread");
 }
 
+TEST_F(DefaultStore, OtherThreadsGiveUpOnAnUpdateHeldPastAboutTwoSeconds) {
+  ASSERT_TRUE(Store().SetSecure(KEY, "stored"));
+  ASSERT_EQ(cpd_joystick_store_begin_update(), 1);
+  std::string read = "not read";
+  bool written = true;
+  std::chrono::steady_clock::duration waited{};
+  ::testing::internal::CaptureStderr();
+  std::thread other([&] {
+    const auto start = std::chrono::steady_clock::now();
+    read = sd::SDConfig::GetInstance()->GetSecure(KEY);
+    written = sd::SDConfig::GetInstance()->SetSecure(KEY, "other thread");
+    waited = std::chrono::steady_clock::now() - start;
+  });
+  other.join();
+  const std::string errors = ::testing::internal::GetCapturedStderr();
+  cpd_joystick_store_end_update();
+  EXPECT_EQ(read, "");
+  EXPECT_FALSE(written);
+  const std::string line = "cpd-joystick store: cannot lock " + file.u8string() +
+                           " within 2 s: another thread of this process holds it; ";
+  EXPECT_EQ(errors, line + "reading the store as empty\n" + line + "nothing stored\n");
+  EXPECT_GE(waited, std::chrono::milliseconds(3000));
+  EXPECT_LT(waited, std::chrono::seconds(30));
+  EXPECT_EQ(Store().GetSecure(KEY), "stored");
+}
+
 TEST_F(DefaultStore, UpdatesNestOnOneThread) {
   ASSERT_EQ(cpd_joystick_store_begin_update(), 1);
   ASSERT_EQ(cpd_joystick_store_begin_update(), 1);
