@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <string>
+#include <utility>
 
 namespace cpd::store {
 
