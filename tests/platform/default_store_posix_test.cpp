@@ -1,5 +1,6 @@
 // The default store on POSIX systems: where the file lives, its permissions, killed writers,
 // what else may sit at its path, and processes sharing it.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -232,6 +233,21 @@ TEST_F(DefaultStore, TwoProcessesWritingDistinctKeysLoseNone) {
     }
   }
   EXPECT_EQ(missing, 0);
+}
+
+// The bridge finds the two functions at run time, so that a host's own store without them works.
+TEST_F(DefaultStore, UpdateFunctionsCanBeLookedUpByName) {
+  using Begin = int (*)();
+  using End = void (*)();
+  const auto begin =
+      reinterpret_cast<Begin>(dlsym(RTLD_DEFAULT, "cpd_joystick_store_begin_update"));
+  const auto end = reinterpret_cast<End>(dlsym(RTLD_DEFAULT, "cpd_joystick_store_end_update"));
+  ASSERT_NE(begin, nullptr);
+  ASSERT_NE(end, nullptr);
+  ASSERT_EQ(begin(), 1);
+  EXPECT_TRUE(Store().SetSecure(KEY, "inside"));
+  end();
+  EXPECT_EQ(Store().GetSecure(KEY), "inside");
 }
 
 }  // namespace
