@@ -1,69 +1,124 @@
 // Default secure store: every value lives in one JSON object in one file (where, and how it is
-// replaced, is the file side's business: store_file.h). A crash in the middle of a write leaves
-// the previous contents intact. A file that cannot be read as a store reads as empty, with one
-// error line each time; the next successful write sets it aside as <file>.corrupt rather than
-// losing it.
-#include <json/json.h>
-
+// replaced, is the file side's business: store_file.h; what a file's text holds and allows is
+// store_document.h). A crash in the middle of a write leaves the previous contents intact; two
+// processes sharing the file take turns (store_hold.h). A file that cannot be read as a store
+// reads as empty, with one error line each time; the next write keeps it as
+// <file>.corrupt-<UTC time> rather than losing it. What is not a regular file, a read-only file
+// and an oversized file are never written. Nothing thrown inside leaves a call.
 #include <cstdio>
-#include <mutex>
-#include <sstream>
+#include <ctime>
+#include <exception>
 #include <string>
 
 #include "cpd_joystick/sd_config.h"
+#include "cpd_joystick/store_update.h"
+#include "store_document.h"
 #include "store_file.h"
+#include "store_hold.h"
 
 namespace {
 
-std::mutex gStoreMutex;
+namespace store = cpd::store;
 
-void ReportError(const std::string& message) {
+// Plenty for a store kept aside once per write within one second.
+constexpr int MOST_COPIES_PER_SECOND = 1000;
+
+void ReportError(const std::string& message) noexcept {
   std::fprintf(stderr, "cpd-joystick store: %s\n", message.c_str());
 }
 
-enum class FileState { Missing, Valid, Corrupt };
-
-// Reads the store file into `values` (an object of strings). A missing file is an empty store.
-FileState ReadStore(const std::string& path, Json::Value& values) {
-  values = Json::Value(Json::objectValue);
-  std::string text;
-  std::string error;
-  switch (cpd::store::ReadWholeFile(path, text, error)) {
-    case cpd::store::ReadResult::Missing:
-      return FileState::Missing;
-    case cpd::store::ReadResult::Failed:
-      ReportError("cannot read " + path + ": " + error + "; reading it as empty");
-      return FileState::Corrupt;
-    case cpd::store::ReadResult::Read:
-      break;
-  }
-  Json::CharReaderBuilder builder;
-  builder["collectComments"] = false;
-  Json::Value root;
-  std::string errors;
-  std::istringstream stream(text);
-  if (!Json::parseFromStream(builder, stream, &root, &errors) || !root.isObject()) {
-    ReportError(path + " is not a valid store file; reading it as empty");
-    return FileState::Corrupt;
-  }
-  for (const std::string& key : root.getMemberNames()) {
-    if (root[key].isString()) {
-      values[key] = root[key];
-    }
-  }
-  return FileState::Valid;
+void ReportUnexpected(const char* call, const char* what) noexcept {
+  std::fprintf(stderr, "cpd-joystick store: %s failed unexpectedly: %s\n", call, what);
 }
 
-bool WriteStore(const std::string& path, const Json::Value& values) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "  ";
-  const std::string text = Json::writeString(builder, values) + "\n";
+bool KeepCorruptCopy(const std::string& path, std::string& error) {
+  const std::time_t now = std::time(nullptr);
+  for (int attempt = 1; attempt <= MOST_COPIES_PER_SECOND; ++attempt) {
+    const std::string copy = store::CorruptCopyName(path, now, attempt);
+    switch (store::KeepCopy(path, copy, error)) {
+      case store::CopyResult::Kept:
+        ReportError("kept the unreadable store file as " + copy);
+        return true;
+      case store::CopyResult::NameTaken:
+        break;
+      case store::CopyResult::Failed:
+        return false;
+    }
+  }
+  error = "cannot keep " + path + " aside: every name for a copy made this second is taken";
+  return false;
+}
+
+std::string ReadHeld(const std::string& path, const std::string& key) {
+  const store::FileVerdict verdict = store::JudgeFile(path, store::ReadStoreFile(path));
+  if (!verdict.readError.empty()) {
+    ReportError(verdict.readError);
+  }
+  return store::StringValue(verdict.values, key);
+}
+
+bool WriteHeld(const std::string& path, const std::string& key, const std::string& value) {
+  store::FileVerdict verdict = store::JudgeFile(path, store::ReadStoreFile(path));
+  if (!verdict.writeRefusal.empty()) {
+    ReportError(verdict.writeRefusal);
+    return false;
+  }
+  verdict.values[key] = value;
+  const std::string text = store::SerializeStore(verdict.values);
+  if (const std::string refusal = store::OversizeRefusal(path, text.size()); !refusal.empty()) {
+    ReportError(refusal);
+    return false;
+  }
   std::string error;
-  if (!cpd::store::ReplaceWholeFile(path, text, error)) {
+  if (verdict.keepAside && !KeepCorruptCopy(path, error)) {
+    ReportError(error + "; nothing stored");
+    return false;
+  }
+  if (!store::ReplaceWholeFile(path, text, error)) {
     ReportError(error);
     return false;
   }
   return true;
+}
+
+std::string Get(const std::string& key) {
+  const std::string path = store::StorePath();
+  if (path.empty()) {
+    return "";
+  }
+  const store::StoreHold hold(path, store::Purpose::Read);
+  if (!hold.Held()) {
+    ReportError(hold.Error() + "; reading the store as empty");
+    return "";
+  }
+  return ReadHeld(path, key);
+}
+
+bool Set(const std::string& key, const std::string& value) {
+  const std::string path = store::StorePath();
+  if (path.empty()) {
+    return false;
+  }
+  const store::StoreHold hold(path, store::Purpose::Write);
+  if (!hold.Held()) {
+    ReportError(hold.Error() + "; nothing stored");
+    return false;
+  }
+  return WriteHeld(path, key, value);
+}
+
+int BeginUpdate() {
+  const std::string path = store::StorePath();
+  if (path.empty()) {
+    ReportError("no location for the store; no update begun");
+    return 0;
+  }
+  std::string error;
+  if (!store::BeginUpdate(path, error)) {
+    ReportError(error + "; no update begun");
+    return 0;
+  }
+  return 1;
 }
 
 }  // namespace
@@ -72,35 +127,55 @@ namespace sd {
 
 SDConfig* SDConfig::GetInstance() {
   static SDConfig instance;
-  return cpd::store::StorePath().empty() ? nullptr : &instance;
+  try {
+    return store::StorePath().empty() ? nullptr : &instance;
+  } catch (const std::exception& error) {
+    ReportUnexpected("GetInstance", error.what());
+  } catch (...) {
+    ReportUnexpected("GetInstance", "unknown exception");
+  }
+  return nullptr;
 }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the client library's interface
 std::string SDConfig::GetSecure(const std::string& key) {
-  const std::string path = cpd::store::StorePath();
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  Json::Value values;
-  ReadStore(path, values);
-  const Json::Value& value = values[key];
-  return value.isString() ? value.asString() : "";
+  try {
+    return Get(key);
+  } catch (const std::exception& error) {
+    ReportUnexpected("GetSecure", error.what());
+  } catch (...) {
+    ReportUnexpected("GetSecure", "unknown exception");
+  }
+  return {};
 }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the client library's interface
 bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
-  const std::string path = cpd::store::StorePath();
-  if (path.empty()) {
-    return false;
+  try {
+    return Set(key, value);
+  } catch (const std::exception& error) {
+    ReportUnexpected("SetSecure", error.what());
+  } catch (...) {
+    ReportUnexpected("SetSecure", "unknown exception");
   }
-  std::lock_guard<std::mutex> lock(gStoreMutex);
-  Json::Value values;
-  if (ReadStore(path, values) == FileState::Corrupt) {
-    const std::string aside = path + ".corrupt";
-    if (cpd::store::MoveAside(path, aside)) {
-      ReportError("kept the unreadable store file as " + aside);
-    }
-  }
-  values[key] = value;
-  return WriteStore(path, values);
+  return false;
 }
 
 }  // namespace sd
+
+extern "C" int cpd_joystick_store_begin_update(void) {
+  try {
+    return BeginUpdate();
+  } catch (const std::exception& error) {
+    ReportUnexpected("cpd_joystick_store_begin_update", error.what());
+  } catch (...) {
+    ReportUnexpected("cpd_joystick_store_begin_update", "unknown exception");
+  }
+  return 0;
+}
+
+extern "C" void cpd_joystick_store_end_update(void) {
+  if (!store::EndUpdate()) {
+    ReportError("an update ended that this thread had not begun; nothing changed");
+  }
+}

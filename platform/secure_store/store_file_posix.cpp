@@ -1,13 +1,15 @@
 // The default store's file on POSIX systems: $CPD_JOYSTICK_STORE, else
 // $XDG_CONFIG_HOME/cpd-joystick/store.json, else ~/.config/cpd-joystick/store.json, readable only
 // by its owner. A write goes to a temporary file that is flushed to disk and then renamed over
-// the old one.
+// the old one. Processes take turns on the store with flock on a lock file beside it.
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <system_error>
@@ -86,6 +88,76 @@ void SyncDirectory(const std::string& directory) {
   }
 }
 
+FoundFile Unreadable(const std::string& reason, bool readOnly = false) {
+  FoundFile file;
+  file.found = FileFound::Unreadable;
+  file.detail = reason;
+  file.readOnly = readOnly;
+  return file;
+}
+
+FoundFile NotRegular(mode_t mode) {
+  FoundFile file;
+  file.found = FileFound::NotRegular;
+  if (S_ISLNK(mode)) {
+    file.detail = "a symbolic link";
+  } else if (S_ISDIR(mode)) {
+    file.detail = "a folder";
+  } else if (S_ISFIFO(mode)) {
+    file.detail = "a named pipe";
+  } else if (S_ISSOCK(mode)) {
+    file.detail = "a socket";
+  } else {
+    file.detail = "a device";
+  }
+  return file;
+}
+
+// Read-only when its owner's write permission is off (what `chmod 400` and `chmod a-w` do), or
+// when this process may not write it. The mode bits decide for root too, who may write any file:
+// renaming a new file over it would otherwise undo the owner's choice silently.
+bool IsReadOnly(const std::string& path, const struct stat& info) {
+  return (info.st_mode & S_IWUSR) == 0 ||
+         ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0;
+}
+
+// Reads at most one byte more than a store may hold, so that a file that grew after it was
+// looked at is still not read whole.
+FoundFile ReadOpenFile(int descriptor) {
+  FoundFile file;
+  struct stat info {};
+  if (::fstat(descriptor, &info) != 0) {
+    return Unreadable(ErrorText(errno));
+  }
+  if (!S_ISREG(info.st_mode)) {
+    return NotRegular(info.st_mode);
+  }
+  if (static_cast<std::uint64_t>(info.st_size) > MAX_STORE_BYTES) {
+    file.found = FileFound::TooLarge;
+    file.bytes = static_cast<std::uint64_t>(info.st_size);
+    return file;
+  }
+  char buffer[4096];
+  ssize_t result = 0;
+  while ((result = ::read(descriptor, buffer, sizeof buffer)) != 0) {
+    if (result < 0 && errno == EINTR) {
+      continue;
+    }
+    if (result < 0) {
+      return Unreadable(ErrorText(errno));
+    }
+    file.text.append(buffer, static_cast<size_t>(result));
+    if (file.text.size() > MAX_STORE_BYTES) {
+      file.found = FileFound::TooLarge;
+      file.bytes = file.text.size();
+      file.text.clear();
+      return file;
+    }
+  }
+  file.found = FileFound::Read;
+  return file;
+}
+
 }  // namespace
 
 std::string StorePath() {
@@ -103,30 +175,28 @@ std::string StorePath() {
   return base + "/cpd-joystick/store.json";
 }
 
-ReadResult ReadWholeFile(const std::string& path, std::string& text, std::string& error) {
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+FoundFile ReadStoreFile(const std::string& path) {
+  FoundFile file;
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0) {
+    return errno == ENOENT ? file : Unreadable(ErrorText(errno));
+  }
+  if (!S_ISREG(info.st_mode)) {
+    return NotRegular(info.st_mode);
+  }
+  // Not following a link that replaced the file since, and not waiting on a pipe that did.
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) {
     if (errno == ENOENT) {
-      return ReadResult::Missing;
+      return file;
     }
-    error = ErrorText(errno);
-    return ReadResult::Failed;
+    return errno == ELOOP ? NotRegular(S_IFLNK)
+                          : Unreadable(ErrorText(errno), IsReadOnly(path, info));
   }
-  char buffer[4096];
-  ssize_t result = 0;
-  while ((result = ::read(descriptor, buffer, sizeof buffer)) != 0) {
-    if (result < 0 && errno == EINTR) {
-      continue;
-    }
-    if (result < 0) {
-      error = ErrorText(errno);
-      ::close(descriptor);
-      return ReadResult::Failed;
-    }
-    text.append(buffer, static_cast<size_t>(result));
-  }
+  file = ReadOpenFile(descriptor);
   ::close(descriptor);
-  return ReadResult::Read;
+  file.readOnly = IsReadOnly(path, info);
+  return file;
 }
 
 bool ReplaceWholeFile(const std::string& path, const std::string& text, std::string& error) {
@@ -138,7 +208,7 @@ bool ReplaceWholeFile(const std::string& path, const std::string& text, std::str
   std::string temporary = path + ".XXXXXX";
   const int descriptor = ::mkstemp(temporary.data());  // created with mode 0600
   if (descriptor < 0) {
-    error = "cannot create a temporary file beside " + path + ": " + ErrorText(errno);
+    error = "cannot create a temporary file in " + directory + ": " + ErrorText(errno);
     return false;
   }
   const bool written = WriteFully(descriptor, text) && ::fsync(descriptor) == 0;
@@ -153,8 +223,71 @@ bool ReplaceWholeFile(const std::string& path, const std::string& text, std::str
   return true;
 }
 
-bool MoveAside(const std::string& path, const std::string& aside) {
-  return ::rename(path.c_str(), aside.c_str()) == 0;
+CopyResult KeepCopy(const std::string& path, const std::string& copy, std::string& error) {
+  // A second name for the same file: the store keeps its contents until it is replaced.
+  if (::link(path.c_str(), copy.c_str()) == 0) {
+    return CopyResult::Kept;
+  }
+  if (errno == EEXIST) {
+    return CopyResult::NameTaken;
+  }
+  // A file system without hard links: moved instead, to a name that the lock keeps free.
+  struct stat info {};
+  if (::lstat(copy.c_str(), &info) == 0) {
+    return CopyResult::NameTaken;
+  }
+  if (::rename(path.c_str(), copy.c_str()) == 0) {
+    return CopyResult::Kept;
+  }
+  error = "cannot keep " + path + " as " + copy + ": " + ErrorText(errno);
+  return CopyResult::Failed;
+}
+
+LockOpen OpenLockFile(const std::string& lockPath, bool createFolder, LockHandle& handle,
+                      std::string& error) {
+  const std::string folder = ParentDirectory(lockPath);
+  if (createFolder && !MakeDirectories(folder)) {
+    error = "cannot create " + folder + ": " + ErrorText(errno);
+    return LockOpen::Failed;
+  }
+  constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  int descriptor = ::open(lockPath.c_str(), O_RDWR | O_CREAT | FLAGS, 0600);
+  const int createError = errno;
+  if (descriptor < 0 && (createError == EACCES || createError == EROFS || createError == EPERM)) {
+    // A lock file made while the folder was writable still serves: flock needs no write access.
+    descriptor = ::open(lockPath.c_str(), O_RDONLY | FLAGS);
+  }
+  if (descriptor < 0) {
+    if (errno == ENOENT) {
+      error = "cannot create a file in " + folder + ": " + ErrorText(createError);
+      return LockOpen::Unavailable;
+    }
+    error = "cannot open the lock file " + lockPath + ": " + ErrorText(errno);
+    return LockOpen::Failed;
+  }
+  struct stat info {};
+  if (::fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(descriptor);
+    error = "the lock file " + lockPath + " is not a regular file";
+    return LockOpen::Failed;
+  }
+  handle = descriptor;
+  return LockOpen::Opened;
+}
+
+LockAttempt TryLockFile(LockHandle handle, std::string& error) {
+  if (::flock(static_cast<int>(handle), LOCK_EX | LOCK_NB) == 0) {
+    return LockAttempt::Held;
+  }
+  if (errno == EWOULDBLOCK || errno == EINTR) {
+    return LockAttempt::Busy;
+  }
+  error = ErrorText(errno);
+  return LockAttempt::Failed;
+}
+
+void CloseLockFile(LockHandle handle) {
+  ::close(static_cast<int>(handle));  // which releases the lock
 }
 
 }  // namespace cpd::store

@@ -3,12 +3,14 @@
 // its inherited permissions). Paths travel as UTF-8 and meet the system only through the
 // wide-character functions, so user names outside ASCII work. A write goes to a temporary file
 // beside the store that is flushed to disk and then moved over the old one with write-through.
+// Processes take turns on the store with LockFileEx on a lock file beside it.
 #include <windows.h>
 
 #include <shlobj.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <string>
 
 #include "store_file.h"
@@ -122,6 +124,62 @@ std::wstring TemporaryBeside(const std::wstring& path) {
          std::to_wstring(counter.fetch_add(1));
 }
 
+FoundFile Unreadable(const std::string& reason, bool readOnly = false) {
+  FoundFile file;
+  file.found = FileFound::Unreadable;
+  file.detail = reason;
+  file.readOnly = readOnly;
+  return file;
+}
+
+FoundFile NotRegular(const char* what) {
+  FoundFile file;
+  file.found = FileFound::NotRegular;
+  file.detail = what;
+  return file;
+}
+
+bool IsMissing(DWORD error) {
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+// Reads at most one byte more than a store may hold, so that a file that grew after it was
+// looked at is still not read whole.
+FoundFile ReadOpenFile(HANDLE handle) {
+  FoundFile file;
+  if (GetFileType(handle) != FILE_TYPE_DISK) {
+    return NotRegular("a device");
+  }
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(handle, &size) == 0) {
+    return Unreadable(ErrorText(GetLastError()));
+  }
+  if (static_cast<std::uint64_t>(size.QuadPart) > MAX_STORE_BYTES) {
+    file.found = FileFound::TooLarge;
+    file.bytes = static_cast<std::uint64_t>(size.QuadPart);
+    return file;
+  }
+  char buffer[4096];
+  for (;;) {
+    DWORD done = 0;
+    if (ReadFile(handle, buffer, sizeof buffer, &done, nullptr) == 0) {
+      return Unreadable(ErrorText(GetLastError()));
+    }
+    if (done == 0) {
+      break;
+    }
+    file.text.append(buffer, done);
+    if (file.text.size() > MAX_STORE_BYTES) {
+      file.found = FileFound::TooLarge;
+      file.bytes = file.text.size();
+      file.text.clear();
+      return file;
+    }
+  }
+  file.found = FileFound::Read;
+  return file;
+}
+
 // A reader or a virus scanner may hold the old file open for a moment; moving over it is then
 // refused briefly, so the move is tried a few times before the write counts as failed.
 bool MoveOver(const std::wstring& from, const std::wstring& to) {
@@ -157,32 +215,33 @@ std::string StorePath() {
   return Utf8(base + L"cpd-joystick\\store.json");
 }
 
-ReadResult ReadWholeFile(const std::string& path, std::string& text, std::string& error) {
-  // Shared for deletion too, so that a writer can move a new file over this one meanwhile.
-  HANDLE file = CreateFileW(Wide(path).c_str(), GENERIC_READ,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+FoundFile ReadStoreFile(const std::string& path) {
+  const std::wstring wide = Wide(path);
+  WIN32_FILE_ATTRIBUTE_DATA attributes{};
+  if (GetFileAttributesExW(wide.c_str(), GetFileExInfoStandard, &attributes) == 0) {
     const DWORD code = GetLastError();
-    if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) {
-      return ReadResult::Missing;
-    }
-    error = ErrorText(code);
-    return ReadResult::Failed;
+    return IsMissing(code) ? FoundFile{} : Unreadable(ErrorText(code));
   }
-  char buffer[4096];
-  DWORD done = 0;
-  bool ok = true;
-  while ((ok = ReadFile(file, buffer, sizeof buffer, &done, nullptr) != 0) && done > 0) {
-    text.append(buffer, done);
+  if ((attributes.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    return NotRegular("a symbolic link or junction");
   }
-  const DWORD code = GetLastError();
-  CloseHandle(file);
-  if (!ok) {
-    error = ErrorText(code);
-    return ReadResult::Failed;
+  if ((attributes.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    return NotRegular("a folder");
   }
-  return ReadResult::Read;
+  const bool readOnly = (attributes.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+  // Shared for deletion too, so that a writer of another store can move a new file over it.
+  // Not following a link that replaced the file since.
+  HANDLE handle = CreateFileW(wide.c_str(), GENERIC_READ,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    const DWORD code = GetLastError();
+    return IsMissing(code) ? FoundFile{} : Unreadable(ErrorText(code), readOnly);
+  }
+  FoundFile file = ReadOpenFile(handle);
+  CloseHandle(handle);
+  file.readOnly = readOnly;
+  return file;
 }
 
 bool ReplaceWholeFile(const std::string& path, const std::string& text, std::string& error) {
@@ -198,7 +257,8 @@ bool ReplaceWholeFile(const std::string& path, const std::string& text, std::str
   HANDLE file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                             FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) {
-    error = "cannot create a temporary file beside " + path + ": " + ErrorText(GetLastError());
+    error =
+        "cannot create a temporary file in " + Utf8(directory) + ": " + ErrorText(GetLastError());
     return false;
   }
   const bool written = WriteFully(file, text) && FlushFileBuffers(file) != 0;
@@ -212,8 +272,89 @@ bool ReplaceWholeFile(const std::string& path, const std::string& text, std::str
   return true;
 }
 
-bool MoveAside(const std::string& path, const std::string& aside) {
-  return MoveFileExW(Wide(path).c_str(), Wide(aside).c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+CopyResult KeepCopy(const std::string& path, const std::string& copy, std::string& error) {
+  const std::wstring from = Wide(path);
+  const std::wstring to = Wide(copy);
+  // A second name for the same file: the store keeps its contents until it is replaced.
+  if (CreateHardLinkW(to.c_str(), from.c_str(), nullptr) != 0) {
+    return CopyResult::Kept;
+  }
+  DWORD code = GetLastError();
+  if (code == ERROR_ALREADY_EXISTS || code == ERROR_FILE_EXISTS) {
+    return CopyResult::NameTaken;
+  }
+  // A file system without hard links (FAT): moved instead, never over an existing name.
+  if (MoveFileExW(from.c_str(), to.c_str(), 0) != 0) {
+    return CopyResult::Kept;
+  }
+  code = GetLastError();
+  if (code == ERROR_ALREADY_EXISTS || code == ERROR_FILE_EXISTS) {
+    return CopyResult::NameTaken;
+  }
+  error = "cannot keep " + path + " as " + copy + ": " + ErrorText(code);
+  return CopyResult::Failed;
+}
+
+LockOpen OpenLockFile(const std::string& lockPath, bool createFolder, LockHandle& handle,
+                      std::string& error) {
+  const std::wstring wide = Wide(lockPath);
+  const std::wstring folder = ParentDirectory(wide);
+  if (createFolder && !MakeDirectories(folder)) {
+    error = "cannot create " + Utf8(folder) + ": " + ErrorText(GetLastError());
+    return LockOpen::Failed;
+  }
+  constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  HANDLE file =
+      CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, SHARE_ALL, nullptr, OPEN_ALWAYS,
+                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  DWORD code = GetLastError();
+  const DWORD createError = code;
+  if (file == INVALID_HANDLE_VALUE && code == ERROR_ACCESS_DENIED) {
+    // A lock file made while the folder was writable still serves: locking needs no write access.
+    file = CreateFileW(wide.c_str(), GENERIC_READ, SHARE_ALL, nullptr, OPEN_EXISTING,
+                       FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    code = GetLastError();
+  }
+  if (file == INVALID_HANDLE_VALUE) {
+    if (IsMissing(code)) {
+      error = "cannot create a file in " + Utf8(folder) + ": " + ErrorText(createError);
+      return LockOpen::Unavailable;
+    }
+    error = "cannot open the lock file " + lockPath + ": " + ErrorText(code);
+    return LockOpen::Failed;
+  }
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (GetFileType(file) != FILE_TYPE_DISK || GetFileInformationByHandle(file, &information) == 0 ||
+      (information.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) !=
+          0) {
+    CloseHandle(file);
+    error = "the lock file " + lockPath + " is not a regular file";
+    return LockOpen::Failed;
+  }
+  handle = reinterpret_cast<LockHandle>(file);
+  return LockOpen::Opened;
+}
+
+LockAttempt TryLockFile(LockHandle handle, std::string& error) {
+  OVERLAPPED firstByte{};
+  if (LockFileEx(reinterpret_cast<HANDLE>(handle),
+                 LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &firstByte) != 0) {
+    return LockAttempt::Held;
+  }
+  const DWORD code = GetLastError();
+  if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) {
+    return LockAttempt::Busy;
+  }
+  error = ErrorText(code);
+  return LockAttempt::Failed;
+}
+
+void CloseLockFile(LockHandle handle) {
+  const auto file = reinterpret_cast<HANDLE>(handle);
+  OVERLAPPED firstByte{};
+  // Closing the handle releases the lock too, but only once the system gets round to it.
+  UnlockFileEx(file, 0, 1, 0, &firstByte);
+  CloseHandle(file);
 }
 
 }  // namespace cpd::store

@@ -1,59 +1,61 @@
-// Fuzzes the default secure store's file reader: arbitrary bytes as the store file, then a read,
-// a write of a choice and a read back. Besides the sanitizers, it checks that a write the store
-// accepted reads back unchanged, whatever the file held before.
-#include <unistd.h>
-
+// Fuzzes the default secure store's core in memory: arbitrary bytes as a store file's text, then
+// what a write makes of it. Besides the sanitizers, it checks that parsing never throws, that a
+// corrupt text is kept aside rather than written over, and that a write keeps every member the
+// file held, reads back equal and is written the same way again.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include "cpd_joystick/sd_config.h"
+#include "store_document.h"
 
 namespace {
+
+namespace store = cpd::store;
 
 constexpr const char* KEY = "joystickPolicyList";
 constexpr const char* CHOICE = "[\n   {\n      \"mapping\" : 6\n   }\n]\n";
 
-std::string gFolder;
-std::string gPath;
+[[noreturn]] void Fail(const char* what, const std::string& text) {
+  std::fprintf(stderr, "default store fuzz: %s\ntext:\n%s\n", what, text.c_str());
+  std::abort();
+}
 
-void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
-  FILE* file = std::fopen(path.c_str(), "wb");
-  if (file == nullptr) {
-    std::abort();
+// The store's write of `values` with the choice and the fuzzed bytes as one more value.
+void CheckWrite(Json::Value values, const std::string& text) {
+  values[KEY] = CHOICE;
+  values["fuzzed bytes"] = text;
+  const std::string written = store::SerializeStore(values);
+  const store::StoreDocument again = store::ParseStore(written);
+  if (again.state != store::DocumentState::Valid) {
+    Fail("a written store does not parse", written);
   }
-  if (size > 0 && std::fwrite(data, 1, size, file) != size) {
-    std::abort();
+  if (!(again.values == values)) {
+    Fail("values change across a write", written);
   }
-  std::fclose(file);
+  if (store::StringValue(again.values, KEY) != CHOICE ||
+      store::StringValue(again.values, "fuzzed bytes") != text) {
+    Fail("a written value does not read back", written);
+  }
+  if (store::SerializeStore(again.values) != written) {
+    Fail("a store read back is written differently", written);
+  }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  char folder[] = "/tmp/cpd-store-fuzz-XXXXXX";
-  if (mkdtemp(folder) == nullptr) {
-    std::abort();
-  }
-  gFolder = folder;
-  gPath = gFolder + "/store.json";
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): set before any thread starts
-  setenv("CPD_JOYSTICK_STORE", gPath.c_str(), 1);
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  WriteFile(gPath, data, size);
-  unlink((gPath + ".corrupt").c_str());
-  sd::SDConfig* store = sd::SDConfig::GetInstance();
-  if (store == nullptr) {
-    std::abort();
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  store::FoundFile file;
+  file.found = store::FileFound::Read;
+  file.text = text;
+  const store::FileVerdict verdict = store::JudgeFile("store.json", file);
+  if (verdict.keepAside == verdict.readError.empty() || !verdict.writeRefusal.empty()) {
+    Fail("a text is read as corrupt but not kept aside, or the other way round", text);
   }
-  (void)store->GetSecure(KEY);
-  if (store->SetSecure(KEY, CHOICE) && store->GetSecure(KEY) != CHOICE) {
-    std::fprintf(stderr, "default store fuzz: an accepted write does not read back\n");
-    std::abort();
+  if (verdict.keepAside && !verdict.values.empty()) {
+    Fail("a corrupt text has values", text);
   }
+  CheckWrite(verdict.values, text);
   return 0;
 }

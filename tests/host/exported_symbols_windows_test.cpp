@@ -66,6 +66,7 @@ TEST(ExportedSymbols, DefaultSinkAndStoreExportOnlyTheirBoundary) {
   EXPECT_EQ(ExportedNames(sink), std::set<std::string>{"quvaniLogPrint"});
   EXPECT_EQ(ExportedNames(store),
             (std::set<std::string>{
+                "cpd_joystick_store_begin_update", "cpd_joystick_store_end_update",
                 "sd::SDConfig::GetInstance()",
                 "sd::SDConfig::GetSecure(std::__cxx11::basic_string<char, std::char_traits<char>, "
                 "std::allocator<char> > const&)",

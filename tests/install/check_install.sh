@@ -11,7 +11,7 @@ test -f "$prefix/include/cpd_joystick/joystick_api.h"
 test -f "$prefix/lib/cmake/cpd_joystick/cpd_joystickConfig.cmake"
 for header in "$prefix"/include/cpd_joystick/*; do
   case "$(basename "$header")" in
-    cpd_joystick.h|export.h|joystick_api.h|sd_config.h) ;;
+    cpd_joystick.h|export.h|joystick_api.h|sd_config.h|store_update.h) ;;
     *) echo "unexpected installed header: $header"; exit 1 ;;
   esac
 done
