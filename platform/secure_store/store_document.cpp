@@ -104,7 +104,9 @@ StoreDocument ParseOrThrow(const std::string& text) {
     return Corrupt("arrays and objects nest deeper than " + std::to_string(MAX_NESTING) +
                    " levels");
   }
-  static const Json::CharReaderBuilder builder = StoreReader();
+  // Made per call: a static one would be destroyed at exit while a host thread (the library's
+  // policy watcher making its last write) may still read a store.
+  const Json::CharReaderBuilder builder = StoreReader();
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   StoreDocument document;
   std::string errors;

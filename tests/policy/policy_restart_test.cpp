@@ -44,14 +44,20 @@ class PolicyRestart : public ::testing::Test {
 
   // Runs the tool with `arguments` on this test's own store file and log file; its standard
   // output, or "exit <status>" when it failed.
-  std::string Run(const std::string& arguments) const {
+  std::string Run(const std::string& arguments) const { return Finish(Start(arguments)); }
+
+  // Starts the tool; Finish waits for it. Several may run at once.
+  FILE* Start(const std::string& arguments) const {
     cpd::test::SetEnvironment("CPD_JOYSTICK_STORE", mStorePath);
     cpd::test::SetEnvironment("CPD_JOYSTICK_LOG", mLogPath);
     std::string command = "\"" + ToolPath() + "\" " + arguments;
 #if defined(_WIN32)
     command = "\"" + command + "\"";  // cmd.exe drops the outermost pair of quotes
 #endif
-    FILE* pipe = ::popen(command.c_str(), "r");
+    return ::popen(command.c_str(), "r");
+  }
+
+  static std::string Finish(FILE* pipe) {
     if (pipe == nullptr) {
       return "cannot start";
     }
@@ -101,6 +107,18 @@ TEST_F(PolicyRestart, LaterProcessAddsToWhatAnEarlierOneStored) {
   EXPECT_EQ(Run("set 045e 028e 4 \"Xbox Controller\""), "");
   EXPECT_EQ(Run("get 045e 028e"), "4\n");
   EXPECT_EQ(Run("get 054c 0ce6"), "1\n");
+}
+
+// Two hosts on one machine share the default store, each recording 200 choices of its own at
+// random moments: none is lost, whichever process writes last.
+TEST_F(PolicyRestart, TwoProcessesRecordingAtOnceKeepEveryChoice) {
+  FILE* first = Start("choose 1000 200 1");
+  FILE* second = Start("choose 2000 200 2");
+  EXPECT_EQ(Finish(first), "");
+  EXPECT_EQ(Finish(second), "");
+  EXPECT_EQ(Run("count 1000 200"), "200\n");
+  EXPECT_EQ(Run("count 2000 200"), "200\n");
+  EXPECT_EQ(ReadFile(mLogPath).find("\"Error:\""), std::string::npos);
 }
 
 }  // namespace
