@@ -46,6 +46,9 @@ HostRun RunHost(const std::string& command, const std::string& stem) {
   }
   run.status = pclose(pipe.release());
   run.output += ReadAll(log);
+  for (const std::string& left : {log, store, store + ".lock"}) {
+    std::remove(left.c_str());
+  }
   return run;
 }
 
