@@ -240,4 +240,15 @@ std::string CorruptCopyName(const std::string& path, std::time_t now, int attemp
   return name;
 }
 
+bool AppendRead(FoundFile& file, const char* data, std::size_t size) {
+  file.text.append(data, size);
+  if (file.text.size() <= MAX_STORE_BYTES) {
+    return true;
+  }
+  file.found = FileFound::TooLarge;
+  file.bytes = file.text.size();
+  file.text.clear();
+  return false;
+}
+
 }  // namespace cpd::store

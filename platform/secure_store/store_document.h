@@ -5,6 +5,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -50,6 +51,10 @@ struct FoundFile {
   std::uint64_t bytes = 0;  // TooLarge: its size
   bool readOnly = false;    // a regular file whose owner has made it read-only
 };
+
+// Adds a chunk the reader got to `file`; false once the file has grown past MAX_STORE_BYTES, which
+// makes it TooLarge (with its size so far) and drops the text.
+bool AppendRead(FoundFile& file, const char* data, std::size_t size);
 
 // What the store makes of a found file: the values it reads, the error line a read reports, the
 // error line that refuses a write (the file then stays as it is), and whether a write must keep

@@ -146,11 +146,7 @@ FoundFile ReadOpenFile(int descriptor) {
     if (result < 0) {
       return Unreadable(ErrorText(errno));
     }
-    file.text.append(buffer, static_cast<size_t>(result));
-    if (file.text.size() > MAX_STORE_BYTES) {
-      file.found = FileFound::TooLarge;
-      file.bytes = file.text.size();
-      file.text.clear();
+    if (!AppendRead(file, buffer, static_cast<size_t>(result))) {
       return file;
     }
   }

@@ -168,11 +168,7 @@ FoundFile ReadOpenFile(HANDLE handle) {
     if (done == 0) {
       break;
     }
-    file.text.append(buffer, done);
-    if (file.text.size() > MAX_STORE_BYTES) {
-      file.found = FileFound::TooLarge;
-      file.bytes = file.text.size();
-      file.text.clear();
+    if (!AppendRead(file, buffer, done)) {
       return file;
     }
   }

@@ -345,7 +345,7 @@ TEST_F(PolicyStore, ChoiceAnotherProcessStoredMeanwhileIsKeptAndAnswered) {
   auto policy = Started();
   cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
   policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
-  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  ASSERT_TRUE(policy->WaitUntilStored(std::chrono::seconds(2)));
   EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
   EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
   EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 1);
@@ -369,7 +369,7 @@ TEST_F(PolicyStore, ChoicesAlreadyStoredAreNotWrittenOverAnotherProcessesLaterOn
   cpd::test::SetStoredValue(
       KEY, policy::UpdateMappingIndex(ONE_XBOX_ENTRY, "045e:028e", 3, "Xbox Controller"));
   policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
-  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 2));
+  ASSERT_TRUE(policy->WaitUntilStored(std::chrono::seconds(2)));
   const std::string stored = StoredValue(KEY);
   EXPECT_EQ(LookupMappingIndex(stored, "045e:028e").mappingIndex, 3);
   EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
