@@ -16,11 +16,11 @@ std::atomic<JoystickManager*> gInstance{nullptr};
 alignas(JoystickManager) unsigned char gInstanceStorage[sizeof(JoystickManager)];
 std::mutex gInstanceMutex;
 
+constexpr std::chrono::milliseconds STORE_WAIT_AT_STOP{2000};
+
 // True while this thread runs a listener callback. A listener that registers or unregisters from
 // there would wait for the very lock its caller holds, or join its own thread; such calls are
 // refused instead.
-constexpr std::chrono::milliseconds STORE_WAIT_AT_STOP{2000};
-
 thread_local bool tInsideListenerCall = false;
 // True on the polling thread. A registration made there from anywhere else (the host's log sink,
 // its secure store) would join the thread that makes it.
@@ -110,6 +110,12 @@ JoystickManager* JoystickManager::GetInstance() {
 int32_t JoystickManager::Init() {
   CPD_LOG_DEBUG("");
   ArmTeardown();
+  // Only after a stop that left its thread to end alone: two polling threads would share SDL.
+  if (!WaitForThreadEnd(THREAD_END_WAIT)) {
+    CPD_LOG_ERROR("polling not started: the previous polling thread is still running");
+    return 0;
+  }
+  mModuleHold.Take();
   mStop.exchange(false);
   {
     std::lock_guard<std::mutex> lock(mEndMutex);
@@ -125,22 +131,38 @@ int32_t JoystickManager::Init() {
 
 int32_t JoystickManager::Stop() {
   CPD_LOG_DEBUG("begin");
-  mStop.exchange(true);
-  mPolling.exchange(false);
-  {
-    // Notifying under the wake mutex means the polling thread is either already waiting (and
-    // wakes) or has not yet tested the stop flag (and sees it).
-    std::lock_guard<std::mutex> lock(mWakeMutex);
-    mWakeCond.notify_all();
-  }
+  RequestStop();
   if (mThread) {
-    if (mThread->joinable()) {
+    // Bounded: a host that unregisters from a module's destructor during dlclose holds the
+    // loader's lock, which the thread needs to leave SDL_Init or SDL_Quit; a listener or the
+    // host's sink may not return. A thread left to end alone keeps the library held, so the
+    // code it runs stays mapped, and no new one starts before it has ended.
+    bool heldByLoader = false;
+    if (WaitForStoppedThread(heldByLoader)) {
       mThread->join();
+    } else {
+      if (!heldByLoader) {
+        CPD_LOG_ERROR("polling thread did not stop within %d ms, left to end alone",
+                      static_cast<int>(THREAD_END_WAIT.count()));
+      }
+      mThread->detach();
     }
     mThread.reset();
   }
+  if (WaitForThreadEnd(std::chrono::milliseconds(0))) {
+    mModuleHold.Release();
+  }
   CPD_LOG_DEBUG("end");
   return 0;
+}
+
+void JoystickManager::RequestStop() {
+  mStop.exchange(true);
+  mPolling.exchange(false);
+  // Notifying under the wake mutex means the polling thread is either already waiting (and
+  // wakes) or has not yet tested the stop flag (and sees it).
+  std::lock_guard<std::mutex> lock(mWakeMutex);
+  mWakeCond.notify_all();
 }
 
 void JoystickManager::MarkPollingThread() {

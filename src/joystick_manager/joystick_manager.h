@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#include "joystick_manager/module_lifetime.h"
 #include "joystick_mapping/joystick_device.h"
 #include "joystick_mapping/joystick_list.h"
 #include "joystick_mapping/report_translation.h"
@@ -27,6 +28,14 @@ inline constexpr uint16_t PEN_TABLET_VENDOR = 0x056A;
 // The poll interval: 30 ms unless the host asks for a shorter one.
 inline constexpr uint16_t DEFAULT_POLL_INTERVAL_MS = 30;
 inline constexpr uint16_t MIN_POLL_INTERVAL_MS = 1;
+
+// The polling thread notices a stop within one poll period, or after the controller it is
+// opening; one still running after this is held up by host code (a listener, the log sink) or by
+// the loader, and is left to end alone rather than waited for.
+inline constexpr std::chrono::milliseconds THREAD_END_WAIT{1500};
+// SDL_Init and SDL_Quit take a few milliseconds; a polling thread inside one for this long is
+// taken to be held up by the loader's lock, which the stopping thread may hold itself.
+inline constexpr std::chrono::milliseconds LOADER_WAIT{250};
 
 class JoystickManager {
  public:
@@ -105,7 +114,7 @@ class JoystickManager {
   };
 
   void process();
-  void WaitForLayoutChoicesStored();
+  static void WaitForLayoutChoicesStored();
   // Makes sure Teardown runs at unload or exit, before the library's other static objects go.
   static void ArmTeardown();
   // True when the calling thread is inside a listener callback, on the polling thread, or inside
@@ -113,10 +122,18 @@ class JoystickManager {
   static bool InsideLibraryCall();
   void MarkThreadEnded();
   bool WaitForThreadEnd(std::chrono::milliseconds timeout);
+  // Wakes the polling thread with both stop flags set.
+  void RequestStop();
   // Lets go of everything the manager holds, once no polling thread can use it any more.
   void ReleaseState();
   // Marks the calling thread as the polling thread, from which no registration may be made.
   static void MarkPollingThread();
+  // SDL_Init (through InitJoystickInput) and SDL_Quit, marked as calls the loader can hold up.
+  int32_t InitSdl();
+  void QuitSdl();
+  // True once the polling thread has ended. False when it has not within THREAD_END_WAIT, or when
+  // it has been inside SDL_Init or SDL_Quit for LOADER_WAIT (then `heldByLoader` is set).
+  bool WaitForStoppedThread(bool& heldByLoader);
   void RunPollingPass();
   bool OpenJoysticks(const JoystickList& list);
   void PollUntilChange();
@@ -170,10 +187,17 @@ class JoystickManager {
 
   // Set by Teardown; no registration is taken after it.
   std::atomic<bool> mTornDown{false};
-  // Tells Teardown that the polling thread has left `process`, so joining it cannot hang.
+  // Tells Stop and Teardown that the polling thread has left `process`, so joining it cannot
+  // hang. A thread that was not joined in time keeps it false until it ends, and no new thread
+  // starts before then.
   std::mutex mEndMutex;
   std::condition_variable mEndCond;
   bool mThreadEnded = true;  // guarded by mEndMutex
+  // Keeps the library mapped while a polling thread may run in it; taken by Init, let go once
+  // the thread is joined. Guarded by mLifecycleMutex.
+  ModuleHold mModuleHold;
+  // When the polling thread entered the SDL_Init or SDL_Quit it is in (steady-clock ticks), or 0.
+  std::atomic<int64_t> mLoaderCallSince{0};
 };
 
 }  // namespace cpd

@@ -4,6 +4,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#else
+#include <dlfcn.h>
 #endif
 
 namespace cpd {
@@ -25,6 +27,31 @@ void PinThisModule() {
                reinterpret_cast<LPCWSTR>(&PinThisModule), &self) != 0;
   }();
   static_cast<void>(pinned);
+#endif
+}
+
+void ModuleHold::Take() {
+#if !defined(_WIN32)
+  if (mHandle != nullptr) {
+    return;
+  }
+  Dl_info self{};
+  if (dladdr(reinterpret_cast<void*>(&PinThisModule), &self) == 0 || self.dli_fname == nullptr) {
+    return;
+  }
+  // Finds the module already loaded and counts one more reference to it. The program itself
+  // cannot be named this way (and cannot be unloaded either), so a bridge linked into it gets
+  // no handle and needs none.
+  mHandle = dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+#endif
+}
+
+void ModuleHold::Release() {
+#if !defined(_WIN32)
+  if (mHandle != nullptr) {
+    dlclose(mHandle);
+    mHandle = nullptr;
+  }
 #endif
 }
 

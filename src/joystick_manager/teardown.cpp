@@ -1,12 +1,18 @@
 // What becomes of the polling thread when the host unloads the library (dlclose, FreeLibrary) or
 // returns from main while a listener is still registered.
 //
-// Either way the library's static objects are destroyed while the polling thread may still run
-// in its code and use them (event names, the policy store), and an unload then unmaps that code.
-// So the first static object to be destroyed stops the thread: it is made at the first Init, after
-// every object the library builds at load time, and static objects go in the reverse order of
-// their making. Objects made later than it (the policy store's slot) answer "gone" once
-// destroyed, which the polling thread already copes with.
+// While a polling thread may run, the library holds a reference to itself (ModuleHold; the
+// Windows DLL is pinned instead), so a host's unload only drops the host's reference: the code
+// the thread runs stays mapped, the thread goes on serving the listeners still registered, and
+// the static objects below are destroyed only once the last reference goes. That is after the
+// last listener has unregistered (no thread runs any more), or when the process exits.
+//
+// At exit the thread may still run in the library's code and use its static objects (event
+// names, the policy store). So the first static object to be destroyed stops the thread: it is
+// made at the first Init, after every object the library builds at load time, and static objects
+// go in the reverse order of their making. Objects made later than it (the policy store's slot)
+// answer "gone" once destroyed, which the polling thread already copes with.
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <thread>
@@ -19,10 +25,9 @@ namespace cpd {
 
 namespace {
 
-// The thread notices a stop within one poll period, or after the controller it is opening; a
-// thread still running after this is stuck in host code (a listener, the log sink) and is left.
-constexpr std::chrono::milliseconds THREAD_END_WAIT{1500};
 constexpr std::chrono::milliseconds LOCK_RETRY{5};
+// How often a stop that waits for the thread looks whether SDL_Init or SDL_Quit holds it up.
+constexpr std::chrono::milliseconds LOADER_CHECK{25};
 
 class TeardownAtUnload {
  public:
@@ -67,17 +72,31 @@ bool JoystickManager::WaitForThreadEnd(std::chrono::milliseconds timeout) {
   return mEndCond.wait_for(lock, timeout, [this] { return mThreadEnded; });
 }
 
+bool JoystickManager::WaitForStoppedThread(bool& heldByLoader) {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + THREAD_END_WAIT;
+  std::unique_lock<std::mutex> lock(mEndMutex);
+  while (!mThreadEnded) {
+    const Clock::time_point now = Clock::now();
+    const int64_t since = mLoaderCallSince.load();
+    if (since != 0 && now - Clock::time_point(Clock::duration(since)) >= LOADER_WAIT) {
+      heldByLoader = true;
+      return false;
+    }
+    if (now >= deadline) {
+      return false;
+    }
+    mEndCond.wait_for(lock, std::min<Clock::duration>(LOADER_CHECK, deadline - now));
+  }
+  return true;
+}
+
 void JoystickManager::Teardown() {
   if (ProcessIsExiting()) {
     return;  // Windows has ended every other thread already; there is nothing left to stop
   }
   mTornDown.exchange(true);
-  mStop.exchange(true);
-  mPolling.exchange(false);
-  {
-    std::lock_guard<std::mutex> lock(mWakeMutex);
-    mWakeCond.notify_all();
-  }
+  RequestStop();
   // Exit called from a listener, from the host's sink on the polling thread, or in the middle of
   // a registration: this thread cannot wait for the polling thread, which is told to stop only.
   if (InsideLibraryCall()) {
@@ -88,14 +107,17 @@ void JoystickManager::Teardown() {
     CPD_LOG_ERROR("unload: a registration is still running, polling thread left to stop alone");
     return;
   }
-  if (mThread) {
-    if (!WaitForThreadEnd(THREAD_END_WAIT)) {
-      CPD_LOG_ERROR("unload: polling thread did not stop within %d ms, left running",
-                    static_cast<int>(THREAD_END_WAIT.count()));
+  // Also a thread an earlier stop left to end alone, which no longer has a thread object.
+  if (!WaitForThreadEnd(THREAD_END_WAIT)) {
+    CPD_LOG_ERROR("unload: polling thread did not stop within %d ms, left running",
+                  static_cast<int>(THREAD_END_WAIT.count()));
+    if (mThread) {
       mThread->detach();
       mThread.reset();
-      return;
     }
+    return;
+  }
+  if (mThread) {
     mThread->join();
     mThread.reset();
   }

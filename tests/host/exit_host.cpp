@@ -1,12 +1,17 @@
-// A host that returns from main while the library polls a simulated pad: its listener is still
-// registered and a layout choice is still on its way to the store. It must end with status 0.
+// A host that returns from main while the library polls a pad: its listener is still registered
+// and a layout choice is still on its way to the store. It must end with status 0. Built twice:
+// on the simulator, and on the system's SDL2 with a virtual pad (CPD_EXIT_HOST_VIRTUAL_PADS).
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#if defined(CPD_EXIT_HOST_VIRTUAL_PADS)
+#include "virtual_pads.h"
+#else
 #include "sdl_sim.h"
+#endif
 
 namespace {
 
@@ -31,7 +36,11 @@ CountingListener gListener;
 }  // namespace
 
 int main() {
+#if defined(CPD_EXIT_HOST_VIRTUAL_PADS)
+  vpad_plug(0, "Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1);
+#else
   sim_plug("Xbox Wireless Controller", "/dev/input/event20", 0x045e, 0x0b13, 6, 11, 1);
+#endif
   JoysticAPI_RegsisterNotify(&gListener);
   const auto deadline = std::chrono::steady_clock::now() + 20s;
   while (gListener.Packets() < 3) {

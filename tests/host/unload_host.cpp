@@ -1,37 +1,114 @@
-// A host that loads its controller module (which links the library) with dlopen, registers, lets
-// a simulated pad be polled, and unloads the module again, round after round: either while the
-// listener is still registered, or right after unregistering it. It exits 0 when every round
-// went through, and says how many rounds really unmapped the library.
+// A host that loads the library with dlopen, registers a listener, and unloads it again, round
+// after round, with pauses that land in every phase of the polling thread's life (SDL_Init,
+// opening, the baseline, polling, waiting; with --churn a pad comes and goes, so SDL_Quit and
+// SDL_Init run all the time). It exits 0 when every round went through, and returns from main
+// while the last "registered" round still polls.
 //
-//   unload_host SIMULATOR MODULE ROUNDS MODE
+//   unload_host --target FILE [--module] --rounds N --mode MODE [--preload FILE] [--pads K]
+//               [--churn]
 //
-// MODE: "registered" (unload while polling), "unregistered" (unload right after the last
-// unregister) or "alternate".
+// --target: the library itself, or with --module a host's plugin that links it and registers
+//   its own listener (see controller_module.cpp), which it unregisters when it is unloaded.
+// MODE: "unregistered" (unregister, then unload), "registered" (unload while registered) or
+//   "alternate" (even rounds unregistered first, odd rounds still registered).
+// --preload: the SDL2 simulator, or the virtual pads in front of the real SDL2; loaded first with
+//   RTLD_GLOBAL so that the library finds it. Without it the library loads the system's SDL2.
+// --pads: how many Xbox pads to plug through the preloaded library.
 #include <dlfcn.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
+#include <map>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
 
-template <typename Function>
-Function Find(void* library, const char* name) {
+struct JoystickDataPacket;
+
+// The listener interface slot for slot, as a host that loads the library at run time declares
+// it: it has no library to link CpdJoystickNotify's members from.
+class HostNotify {
+ public:
+  HostNotify() = default;
+  HostNotify(const HostNotify&) = delete;
+  HostNotify& operator=(const HostNotify&) = delete;
+  virtual ~HostNotify() = default;
+  virtual void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) {
+    packets.fetch_add(1);
+  }
+  virtual void OnDevListUpdate() {}
+  // By value, as the interface passes it.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
+  virtual void OnJoystickEvent(std::string /*event*/,
+                               const std::map<std::string, std::string>& /*record*/) {}
+  std::atomic<size_t> packets{0};
+};
+
+HostNotify gListener;  // outlives every round and the library's teardown at exit
+
+struct Options {
+  std::string target;
+  bool module = false;
+  int rounds = 0;
+  std::string mode;
+  std::string preload;
+  int pads = 0;
+  bool churn = false;
+};
+
+[[noreturn]] void Fail(const std::string& message) {
+  std::fprintf(stderr, "unload_host: %s\n", message.c_str());
+  std::fflush(stderr);
+  std::_Exit(4);
+}
+
+Options Parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string flag = argv[i];
+    const auto value = [&] { return i + 1 < argc ? std::string(argv[++i]) : std::string(); };
+    if (flag == "--target") {
+      options.target = value();
+    } else if (flag == "--module") {
+      options.module = true;
+    } else if (flag == "--rounds") {
+      options.rounds = std::atoi(value().c_str());
+    } else if (flag == "--mode") {
+      options.mode = value();
+    } else if (flag == "--preload") {
+      options.preload = value();
+    } else if (flag == "--pads") {
+      options.pads = std::atoi(value().c_str());
+    } else if (flag == "--churn") {
+      options.churn = true;
+    } else {
+      Fail("unknown argument " + flag);
+    }
+  }
+  if (options.target.empty() || options.rounds < 1 ||
+      (options.mode != "registered" && options.mode != "unregistered" &&
+       options.mode != "alternate")) {
+    Fail("usage: --target FILE [--module] --rounds N --mode registered|unregistered|alternate");
+  }
+  return options;
+}
+
+void* Symbol(void* library, const char* name) {
   void* symbol = dlsym(library, name);
   if (symbol == nullptr) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the host loads and unloads from one thread only
-    std::fprintf(stderr, "unload_host: %s not found: %s\n", name, dlerror());
-    std::exit(3);  // NOLINT(concurrency-mt-unsafe): nothing of the host runs besides
+    Fail(std::string(name) + " not found");
   }
-  return reinterpret_cast<Function>(symbol);
+  return symbol;
 }
 
 bool LibraryMapped() {
@@ -45,65 +122,144 @@ bool LibraryMapped() {
   return false;
 }
 
-bool WaitUntil(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + 20s;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      return false;
+// Plugs and unplugs pads through the simulator or the virtual pads, whichever was preloaded.
+class Pads {
+ public:
+  explicit Pads(void* preloaded) {
+    if (preloaded == nullptr) {
+      return;
     }
-    std::this_thread::sleep_for(5ms);
+    mSimPlug = reinterpret_cast<SimPlug>(dlsym(preloaded, "sim_plug"));
+    mSimUnplug = reinterpret_cast<SimUnplug>(dlsym(preloaded, "sim_unplug"));
+    mPadPlug = reinterpret_cast<PadPlug>(dlsym(preloaded, "vpad_plug"));
+    mPadUnplug = reinterpret_cast<PadUnplug>(dlsym(preloaded, "vpad_unplug"));
   }
-  return true;
+
+  void Plug(int pad) {
+    if (mSimPlug != nullptr) {
+      const std::string path = "/dev/input/event" + std::to_string(20 + pad);
+      mSimIds[pad] = mSimPlug("Xbox Wireless Controller", path.c_str(), 0x045e, 0x0b13, 6, 11, 1);
+    } else if (mPadPlug != nullptr) {
+      mPadPlug(pad, "Xbox Wireless Controller", 0x045e, 0x0b13, 6, 11, 1);
+    } else {
+      Fail("--pads needs --preload with the simulator or the virtual pads");
+    }
+  }
+
+  void Unplug(int pad) {
+    if (mSimUnplug != nullptr) {
+      mSimUnplug(mSimIds[pad]);
+    } else if (mPadUnplug != nullptr) {
+      mPadUnplug(pad);
+    }
+  }
+
+ private:
+  using SimPlug = int (*)(const char*, const char*, uint16_t, uint16_t, int, int, int);
+  using SimUnplug = void (*)(int);
+  using PadPlug = int (*)(int, const char*, uint16_t, uint16_t, int, int, int);
+  using PadUnplug = void (*)(int);
+  SimPlug mSimPlug = nullptr;
+  SimUnplug mSimUnplug = nullptr;
+  PadPlug mPadPlug = nullptr;
+  PadUnplug mPadUnplug = nullptr;
+  std::array<int, 8> mSimIds{};
+};
+
+// One load of the target, with the calls a round makes through it.
+struct Loaded {
+  void* handle = nullptr;
+  int32_t (*registerNotify)(HostNotify*) = nullptr;
+  int32_t (*unregisterNotify)(HostNotify*) = nullptr;
+  int (*moduleRegister)() = nullptr;
+
+  Loaded(const Options& options) : handle(dlopen(options.target.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (handle == nullptr) {
+      Fail(dlerror());  // NOLINT(concurrency-mt-unsafe): only this thread loads
+    }
+    if (options.module) {
+      moduleRegister = reinterpret_cast<int (*)()>(Symbol(handle, "controller_module_register"));
+      return;
+    }
+    registerNotify = reinterpret_cast<int32_t (*)(HostNotify*)>(
+        Symbol(handle, "_Z26JoysticAPI_RegsisterNotifyP17CpdJoystickNotify"));
+    unregisterNotify = reinterpret_cast<int32_t (*)(HostNotify*)>(
+        Symbol(handle, "_Z28JoysticAPI_UnregsisterNotifyP17CpdJoystickNotify"));
+  }
+};
+
+// The pause after registering in round `round`: short ones land in SDL_Init and the open, longer
+// ones in the baseline, polling and the waits.
+std::chrono::milliseconds PauseOf(int round) {
+  static constexpr std::array<int, 10> PAUSES{0, 1, 3, 8, 20, 50, 120, 250, 400, 700};
+  return std::chrono::milliseconds(PAUSES[static_cast<size_t>(round) % PAUSES.size()] +
+                                   (round * 7) % 5);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 5) {
-    std::fprintf(stderr, "usage: unload_host SIMULATOR MODULE ROUNDS MODE\n");
-    return 2;
+  const Options options = Parse(argc, argv);
+  void* preloaded = nullptr;
+  if (!options.preload.empty()) {
+    preloaded = dlopen(options.preload.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    if (preloaded == nullptr) {
+      Fail(dlerror());  // NOLINT(concurrency-mt-unsafe): only this thread loads
+    }
   }
-  const std::string mode = argv[4];
-  // The simulator stays loaded for the whole run and serves as libSDL2-2.0.so.0 for every load of
-  // the library, so the pad plugged here is found by each of them.
-  void* simulator = dlopen(argv[1], RTLD_NOW | RTLD_GLOBAL);
-  if (simulator == nullptr) {
-    std::fprintf(stderr, "unload_host: %s\n", dlerror());  // NOLINT(concurrency-mt-unsafe)
-    return 3;
+  Pads pads(preloaded);
+  for (int pad = 0; pad < options.pads; ++pad) {
+    pads.Plug(pad);
   }
-  using PlugFunction = int (*)(const char*, const char*, uint16_t, uint16_t, int, int, int);
-  Find<PlugFunction>(simulator, "sim_plug")("Xbox Wireless Controller", "/dev/input/event20",
-                                            0x045e, 0x0b13, 6, 11, 1);
+  std::atomic<bool> churning{options.churn && options.pads > 0};
+  std::thread churn([&] {
+    for (int step = 0; churning.load(); ++step) {
+      std::this_thread::sleep_for(170ms);
+      if (step % 2 == 0) {
+        pads.Unplug(options.pads - 1);
+      } else {
+        pads.Plug(options.pads - 1);
+      }
+    }
+  });
 
-  const int rounds = std::atoi(argv[3]);
   int unmapped = 0;
-  for (int round = 0; round < rounds; ++round) {
-    void* module = dlopen(argv[2], RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) {
-      std::fprintf(stderr, "unload_host: %s\n",
-                   dlerror());  // NOLINT(concurrency-mt-unsafe)  // NOLINT(concurrency-mt-unsafe)
-      return 3;
+  for (int round = 0; round < options.rounds; ++round) {
+    const bool unregisterFirst =
+        options.mode == "unregistered" || (options.mode == "alternate" && round % 2 == 0);
+    const size_t packetsBefore = gListener.packets.load();
+    const auto started = std::chrono::steady_clock::now();
+    Loaded loaded(options);
+    if (options.module ? loaded.moduleRegister() != 0 : loaded.registerNotify(&gListener) != 0) {
+      Fail("round " + std::to_string(round) + ": registration failed");
     }
-    const auto registerListener = Find<int (*)()>(module, "controller_module_register");
-    const auto unregisterListener = Find<int (*)()>(module, "controller_module_unregister");
-    const auto packets = Find<size_t (*)()>(module, "controller_module_packets");
-    registerListener();
-    if (!WaitUntil([&] { return packets() >= 3; })) {
-      std::fprintf(stderr, "unload_host: round %d: no packets\n", round);
-      return 4;
+    std::this_thread::sleep_for(PauseOf(round));
+    if (options.pads > 0 && !options.churn && PauseOf(round) >= 700ms && !options.module &&
+        gListener.packets.load() == packetsBefore) {
+      Fail("round " + std::to_string(round) + ": no packets in 700 ms");
     }
-    const bool unregisterFirst = mode == "unregistered" || (mode == "alternate" && round % 2 == 1);
-    if (unregisterFirst) {
-      unregisterListener();
+    if (unregisterFirst && !options.module && loaded.unregisterNotify(&gListener) != 0) {
+      Fail("round " + std::to_string(round) + ": unregistration failed");
     }
-    if (dlclose(module) != 0) {
-      std::fprintf(stderr, "unload_host: %s\n",
-                   dlerror());  // NOLINT(concurrency-mt-unsafe)  // NOLINT(concurrency-mt-unsafe)
-      return 3;
+    if (dlclose(loaded.handle) != 0) {
+      Fail(dlerror());  // NOLINT(concurrency-mt-unsafe): only this thread loads
     }
-    unmapped += LibraryMapped() ? 0 : 1;
+    if (std::chrono::steady_clock::now() - started > PauseOf(round) + 5s) {
+      Fail("round " + std::to_string(round) + ": unloading took over 5 s");
+    }
+    const bool mapped = LibraryMapped();
+    unmapped += mapped ? 0 : 1;
+    // A listener still registered is still served: the library must stay where its thread is.
+    if (!unregisterFirst && !options.module && !mapped) {
+      Fail("round " + std::to_string(round) + ": unmapped under a registered listener");
+    }
+    if (unregisterFirst && !options.module && mapped) {
+      Fail("round " + std::to_string(round) + ": still mapped after the last unregister");
+    }
   }
-  std::printf("unload_host: %d rounds (%s), library unmapped after %d\n", rounds, mode.c_str(),
-              unmapped);
+  churning = false;
+  churn.join();
+  std::printf("unload_host: %d rounds (%s), library unmapped after %d, %zu packets\n",
+              options.rounds, options.mode.c_str(), unmapped, gListener.packets.load());
   return 0;
 }

@@ -1,13 +1,16 @@
-// Hosts that unload the library while it polls, unload it right after the last unregister, or
-// return from main while it polls: each must end normally, under every sanitizer build too.
+// Hosts that load and unload the library round after round, while it polls or right after the
+// last unregister, or return from main while it polls: on the simulator and on the system's SDL2,
+// each must end normally, under every sanitizer build too.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -52,39 +55,128 @@ HostRun RunHost(const std::string& command, const std::string& stem) {
   return run;
 }
 
-std::string UnloadCommand(int rounds, const std::string& mode) {
-  return std::string("'") + CPD_UNLOAD_HOST + "' '" + CPD_SIMULATOR + "' '" +
-         CPD_CONTROLLER_MODULE + "' " + std::to_string(rounds) + " " + mode;
+std::string Quoted(const std::string& text) {
+  return "'" + text + "'";
 }
 
-void ExpectUnloadedEveryRound(int rounds, const std::string& mode) {
-  const HostRun run = RunHost(UnloadCommand(rounds, mode), "unload-" + mode);
+// The unload host on the library itself, with `arguments` after --target.
+std::string UnloadCommand(const std::string& arguments) {
+  return Quoted(CPD_UNLOAD_HOST) + " --target " + Quoted(CPD_LIBRARY) + " " + arguments;
+}
+
+const std::string ON_SIMULATOR = " --preload " + Quoted(CPD_SIMULATOR);
+const std::string ON_VIRTUAL_PADS = " --preload " + Quoted(CPD_VIRTUAL_PADS);
+
+// The error lines of a run, but for the one a pad that leaves during the open pass causes.
+std::vector<std::string> UnexpectedErrorLines(const std::string& output) {
+  std::vector<std::string> errors;
+  std::istringstream lines(output);
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (line.find("ERROR") != std::string::npos &&
+        line.find("\"SDL_JoystickOpen failed\"") == std::string::npos) {
+      errors.push_back(line);
+    }
+  }
+  return errors;
+}
+
+// Every round went through, and nothing was left running, waited for in vain or refused.
+void ExpectEveryRound(const HostRun& run, int rounds) {
   ASSERT_EQ(run.status, 0) << run.output;
-  EXPECT_NE(run.output.find("library unmapped after " + std::to_string(rounds) + "\n"),
+  EXPECT_NE(run.output.find("unload_host: " + std::to_string(rounds) + " rounds"),
             std::string::npos)
       << run.output;
-  EXPECT_EQ(run.output.find("left running"), std::string::npos) << run.output;
-  EXPECT_EQ(run.output.find("polling thread left"), std::string::npos) << run.output;
+  EXPECT_EQ(UnexpectedErrorLines(run.output), std::vector<std::string>()) << run.output;
 }
 
-TEST(Unload, WhilePollingWithTheListenerStillRegisteredEndsTheThreadFirst) {
-  ExpectUnloadedEveryRound(20, "registered");
+// How many rounds ended with the library unmapped.
+int UnmappedRounds(const HostRun& run) {
+  const std::string marker = "library unmapped after ";
+  const size_t at = run.output.find(marker);
+  return at == std::string::npos ? -1 : std::atoi(run.output.c_str() + at + marker.size());
 }
 
-TEST(Unload, RightAfterTheLastUnregisterIsClean) {
-  ExpectUnloadedEveryRound(20, "unregistered");
+void ExpectUnloadLoop(const std::string& arguments, const std::string& stem, int rounds,
+                      int unmapped) {
+  const HostRun run = RunHost(UnloadCommand(arguments), stem);
+  ExpectEveryRound(run, rounds);
+  EXPECT_EQ(UnmappedRounds(run), unmapped) << run.output;
 }
 
-TEST(Unload, AlternatingWithAndWithoutUnregisterIsClean) {
-  ExpectUnloadedEveryRound(20, "alternate");
+// The host's own repeat of the crash: the system's SDL2, nothing attached, unloaded while the
+// listener is still registered. The library stays where its thread runs.
+TEST(Unload, RealSdlUnloadWhileRegisteredKeepsTheLibraryForItsThread) {
+  ExpectUnloadLoop("--rounds 10 --mode registered", "unload-real-registered", 10, 0);
+}
+
+TEST(Unload, RealSdlUnregisterThenUnloadUnmapsEveryRound) {
+  ExpectUnloadLoop("--rounds 20 --mode unregistered", "unload-real-unregistered", 20, 20);
+}
+
+// Fifty rounds, alternating, with pauses in every phase: every round that unregistered first
+// ends with the library gone (the listener the round before left registered goes with it).
+TEST(Unload, RealSdlFiftyRoundsAlternating) {
+  ExpectUnloadLoop("--rounds 50 --mode alternate", "unload-real-alternate", 50, 25);
+}
+
+TEST(Unload, RealSdlVirtualPadsFiftyRoundsAlternating) {
+  ExpectUnloadLoop("--rounds 50 --mode alternate --pads 2" + ON_VIRTUAL_PADS,
+                   "unload-virtual-alternate", 50, 25);
+}
+
+// A pad comes and goes every 170 ms, so unloads also land while the thread is in SDL_Quit and
+// SDL_Init between runs.
+TEST(Unload, RealSdlVirtualPadsComingAndGoingFiftyRounds) {
+  ExpectUnloadLoop("--rounds 50 --mode alternate --pads 2 --churn" + ON_VIRTUAL_PADS,
+                   "unload-virtual-churn", 50, 25);
+}
+
+TEST(Unload, SimulatorFiftyRoundsAlternating) {
+  ExpectUnloadLoop("--rounds 50 --mode alternate --pads 1" + ON_SIMULATOR, "unload-sim-alternate",
+                   50, 25);
+}
+
+TEST(Unload, SimulatorPadsComingAndGoingFiftyRounds) {
+  ExpectUnloadLoop("--rounds 50 --mode alternate --pads 2 --churn" + ON_SIMULATOR,
+                   "unload-sim-churn", 50, 25);
+}
+
+// A plugin that unregisters from its destructor does so inside dlclose, with the loader's lock
+// held. On the simulator the thread ends at once and the library goes with the plugin.
+TEST(Unload, PluginUnregisteringAtItsUnloadOnTheSimulator) {
+  const std::string command = Quoted(CPD_UNLOAD_HOST) + " --module --target " +
+                              Quoted(CPD_CONTROLLER_MODULE) + " --rounds 20 --mode registered" +
+                              " --pads 1" + ON_SIMULATOR;
+  const HostRun run = RunHost(command, "unload-plugin-sim");
+  ExpectEveryRound(run, 20);
+  EXPECT_EQ(UnmappedRounds(run), 20) << run.output;
+}
+
+// On the system's SDL2 the stopping thread leaves SDL_Quit while the plugin's dlclose holds the
+// loader's lock: the stop does not wait for it, and the library stays loaded until it has ended.
+TEST(Unload, PluginUnregisteringAtItsUnloadOnRealSdlNeverHangs) {
+  const std::string command = Quoted(CPD_UNLOAD_HOST) + " --module --target " +
+                              Quoted(CPD_CONTROLLER_MODULE) + " --rounds 20 --mode registered" +
+                              " --pads 1" + ON_VIRTUAL_PADS;
+  ExpectEveryRound(RunHost(command, "unload-plugin-real"), 20);
+}
+
+void ExpectExitsNormally(const char* host, const std::string& stem) {
+  for (int run = 0; run < 10; ++run) {
+    const HostRun result = RunHost(Quoted(host), stem);
+    ASSERT_EQ(result.status, 0) << "run " << run << "\n" << result.output;
+    EXPECT_EQ(result.output.find("left running"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("joystick exit"), std::string::npos) << result.output;
+  }
 }
 
 TEST(Unload, HostReturningFromMainWhilePollingExitsNormally) {
-  for (int run = 0; run < 10; ++run) {
-    const HostRun result = RunHost(std::string("'") + CPD_EXIT_HOST + "'", "exit");
-    ASSERT_EQ(result.status, 0) << "run " << run << "\n" << result.output;
-    EXPECT_EQ(result.output.find("left running"), std::string::npos) << result.output;
-  }
+  ExpectExitsNormally(CPD_EXIT_HOST, "exit");
+}
+
+TEST(Unload, HostReturningFromMainWhilePollingOnRealSdlExitsNormally) {
+  ExpectExitsNormally(CPD_EXIT_HOST_REAL_SDL, "exit-real");
 }
 
 }  // namespace
