@@ -24,37 +24,32 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "cpd_joystick/joystick_api.h"
+
+// The listener interface's one out-of-line member, which a host that loads the library at run
+// time cannot link: defined here as the library defines it, so the host's listener class is
+// complete without the library.
+CpdJoystickNotify::~CpdJoystickNotify() = default;
 
 namespace {
 
 using namespace std::chrono_literals;
 
-struct JoystickDataPacket;
-
-// The listener interface slot for slot, as a host that loads the library at run time declares
-// it: it has no library to link CpdJoystickNotify's members from.
-class HostNotify {
+class HostListener : public CpdJoystickNotify {
  public:
-  HostNotify() = default;
-  HostNotify(const HostNotify&) = delete;
-  HostNotify& operator=(const HostNotify&) = delete;
-  virtual ~HostNotify() = default;
-  virtual void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) {
+  void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) override {
     packets.fetch_add(1);
   }
-  virtual void OnDevListUpdate() {}
-  // By value, as the interface passes it.
-  // NOLINTNEXTLINE(performance-unnecessary-value-param)
-  virtual void OnJoystickEvent(std::string /*event*/,
-                               const std::map<std::string, std::string>& /*record*/) {}
+  void OnDevListUpdate() override {}
+  void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
   std::atomic<size_t> packets{0};
 };
 
-HostNotify gListener;  // outlives every round and the library's teardown at exit
+HostListener gListener;  // outlives every round and the library's teardown at exit
 
 struct Options {
   std::string target;
@@ -169,8 +164,8 @@ class Pads {
 // One load of the target, with the calls a round makes through it.
 struct Loaded {
   void* handle = nullptr;
-  int32_t (*registerNotify)(HostNotify*) = nullptr;
-  int32_t (*unregisterNotify)(HostNotify*) = nullptr;
+  int32_t (*registerNotify)(CpdJoystickNotify*) = nullptr;
+  int32_t (*unregisterNotify)(CpdJoystickNotify*) = nullptr;
   int (*moduleRegister)() = nullptr;
 
   Loaded(const Options& options) : handle(dlopen(options.target.c_str(), RTLD_NOW | RTLD_LOCAL)) {
@@ -181,9 +176,9 @@ struct Loaded {
       moduleRegister = reinterpret_cast<int (*)()>(Symbol(handle, "controller_module_register"));
       return;
     }
-    registerNotify = reinterpret_cast<int32_t (*)(HostNotify*)>(
+    registerNotify = reinterpret_cast<int32_t (*)(CpdJoystickNotify*)>(
         Symbol(handle, "_Z26JoysticAPI_RegsisterNotifyP17CpdJoystickNotify"));
-    unregisterNotify = reinterpret_cast<int32_t (*)(HostNotify*)>(
+    unregisterNotify = reinterpret_cast<int32_t (*)(CpdJoystickNotify*)>(
         Symbol(handle, "_Z28JoysticAPI_UnregsisterNotifyP17CpdJoystickNotify"));
   }
 };

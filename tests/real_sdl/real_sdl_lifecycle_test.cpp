@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <string>
@@ -59,6 +61,32 @@ std::map<std::string, uint16_t> SlotsByPath() {
     slots[device.path] = device.index;
   }
   return slots;
+}
+
+std::string PointerText(const void* pointer) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%p", pointer);
+  return text.data();
+}
+
+// Unregisters the target from a host thread once the first of two pads has been sampled, that
+// is while the open pass is in the middle of the second one.
+std::atomic<TestListener*> gStopTarget{nullptr};
+std::atomic<bool> gStopRequested{false};
+
+void StopAfterFirstBaseline(const LogLine& line) {
+  if (line.body.find("numAxes[") != std::string::npos && !gStopRequested.exchange(true)) {
+    std::thread([] { JoysticAPI_UnregsisterNotify(gStopTarget.load()); }).detach();
+  }
+}
+
+// Unregisters the target from the host's sink on the polling thread, which is refused.
+std::atomic<TestListener*> gSinkTarget{nullptr};
+
+void UnregisterOnThePollingThread(const LogLine& line) {
+  if (line.body == THREAD_ENTER && gSinkTarget.load() != nullptr) {
+    JoysticAPI_UnregsisterNotify(gSinkTarget.load());
+  }
 }
 
 class RealSdl : public ::testing::Test {
@@ -118,8 +146,12 @@ TEST_F(RealSdl, RegistrationStartsPollingAndAnIdlePadSendsRisingPacketNumbers) {
   const std::vector<JoystickDataPacket> packets = PacketsOfSlot(listener, 0);
   ASSERT_GE(packets.size(), 10U);
   for (size_t i = 1; i < packets.size(); ++i) {
-    EXPECT_EQ(packets[i].dwPacketNumber, packets[i - 1].dwPacketNumber + 1);
-    EXPECT_EQ(packets[i].wButtons, 0);
+    // Copied out of the packed packet before comparing: its fields are not aligned.
+    const uint32_t number = packets[i].dwPacketNumber;
+    const uint32_t previous = packets[i - 1].dwPacketNumber;
+    const uint16_t buttons = packets[i].wButtons;
+    EXPECT_EQ(number, previous + 1);
+    EXPECT_EQ(buttons, 0);
   }
   const std::list<_CpdJoystickDeviceInfo> devices = JoysticAPI_GetDevList();
   ASSERT_EQ(devices.size(), 1U);
@@ -206,7 +238,8 @@ TEST_F(RealSdl, UnpluggingOneOfTwoEndsTheRunAndKeepsTheOther) {
   ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 1; }, 15s));
   EXPECT_EQ(JoysticAPI_GetDevList().front().path, PathOf(0));
   ASSERT_TRUE(WaitForPackets(listener.PacketCount() + 5));
-  EXPECT_EQ(PacketsOfSlot(listener, 0).back().slot, 0);
+  const uint8_t slot = PacketsOfSlot(listener, 0).back().slot;
+  EXPECT_EQ(slot, 0);
 }
 
 TEST_F(RealSdl, ReplugUnderTheSamePathKeepsTheSlotAmongFour) {
@@ -258,10 +291,10 @@ TEST_F(RealSdl, RegistrationFromInsideACallbackIsRefusedWithoutDeadlock) {
   };
   Register();
   ASSERT_TRUE(listener.WaitFor([&] { return answers.load() != 0; }, 15s));
-  listener.onCallback = nullptr;
   EXPECT_EQ(answers.load(), 1);
   ASSERT_TRUE(WaitForPackets(listener.PacketCount() + 5));
   EXPECT_EQ(late.PacketCount(), 0U);
+  Unregister();  // before the callback's captures go
 }
 
 TEST_F(RealSdl, LayoutChoicesFromAClientThreadWhilePadsComeAndGoAreSafe) {
@@ -288,6 +321,63 @@ TEST_F(RealSdl, LayoutChoicesFromAClientThreadWhilePadsComeAndGoAreSafe) {
   chooser.join();
   ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 2; }, 20s));
   ASSERT_TRUE(WaitForPackets(listener.PacketCount() + 5));
+}
+
+TEST_F(RealSdl, SameListenerTwiceLeavesOneEntryAndOneUnregisterStopsPolling) {
+  Plug(0, XBOX_PAD);
+  Register();
+  EXPECT_EQ(JoysticAPI_RegsisterNotify(&listener), 0);
+  ASSERT_TRUE(WaitForPackets(3));
+  Unregister();
+  EXPECT_EQ(CountLogBody(THREAD_ENTER), 1U);
+  EXPECT_EQ(CountLogBody(DebugBody("begin")), 1U);
+  EXPECT_EQ(CountLogBody(THREAD_EXIT), 1U);
+  EXPECT_EQ(CountLogBody(DebugBody("end")), 1U);
+}
+
+TEST_F(RealSdl, UnknownPointerLeavesOthersRegisteredAndPollingOn) {
+  Plug(0, XBOX_PAD);
+  Register();
+  ASSERT_TRUE(WaitForPackets(3));
+  TestListener stranger;
+  EXPECT_EQ(JoysticAPI_UnregsisterNotify(&stranger), 0);
+  EXPECT_EQ(CountLogBody(DebugBody("begin")), 0U);
+  ASSERT_TRUE(WaitForPackets(listener.PacketCount() + 5));
+  EXPECT_EQ(CountLogBody(THREAD_EXIT), 0U);
+}
+
+TEST_F(RealSdl, AStopDuringTheOpenPassPublishesNoPartialList) {
+  Plug(0, XBOX_PAD);
+  Plug(1, DUALSENSE_PAD);
+  gStopTarget = &listener;
+  gStopRequested = false;
+  SetLogHandler(&StopAfterFirstBaseline);
+  EXPECT_EQ(JoysticAPI_RegsisterNotify(&listener), 0);
+  ASSERT_TRUE(WaitForLogBody(THREAD_EXIT, 1, 15s));
+  SetLogHandler(nullptr);
+  EXPECT_TRUE(JoysticAPI_GetDevList().empty());
+  EXPECT_EQ(listener.DevListUpdateCount(), 0U);
+  Register();  // a clean run lists both
+  ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 2; }, 15s));
+}
+
+TEST_F(RealSdl, UnregisterFromTheSinkOnThePollingThreadIsRefusedAndPollingGoesOn) {
+  Plug(0, XBOX_PAD);
+  gSinkTarget = &listener;
+  SetLogHandler(&UnregisterOnThePollingThread);
+  Register();
+  ASSERT_TRUE(WaitForPackets(5));  // the refused call changed nothing
+  SetLogHandler(nullptr);
+  gSinkTarget = nullptr;
+  EXPECT_EQ(CountLogBody(ErrorBody(PointerText(&listener) +
+                                   " refused: listeners must not unregister from the polling "
+                                   "thread")),
+            1U);
+  Unregister();
+  const size_t packets = listener.PacketCount();
+  Register();
+  ASSERT_TRUE(WaitForPackets(packets + 5));
+  EXPECT_EQ(CountLogBody(THREAD_ENTER), 2U);
 }
 
 }  // namespace
