@@ -15,27 +15,13 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#include "run_time_listener.h"
 
 namespace {
 
-// The listener interface slot for slot: a host that loads the bridge at run time has no import
-// library to bind CpdJoystickNotify's members to.
-class HostNotify {
- public:
-  HostNotify() = default;
-  HostNotify(const HostNotify&) = delete;
-  HostNotify& operator=(const HostNotify&) = delete;
-  virtual ~HostNotify() = default;
-  virtual void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) {}
-  virtual void OnDevListUpdate() { lists.fetch_add(1); }
-  virtual void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) {}
+using cpd::test::RunTimeListener;
 
-  CpdJoystickNotify* AsNotify() { return reinterpret_cast<CpdJoystickNotify*>(this); }
-
-  std::atomic<int> lists{0};
-};
-
-HostNotify gListener;  // outlives the DLL's threads, which the system ends at exit
+RunTimeListener gListener;  // outlives the DLL's threads, which the system ends at exit
 
 using RegisterCall = int32_t (*)(CpdJoystickNotify*);
 
@@ -46,7 +32,9 @@ RegisterCall Export(HMODULE module, const char* name) {
 std::string TemporaryPath(const char* stem) {
   std::array<char, MAX_PATH> folder{};
   GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
-  return std::string(folder.data()) + stem + std::to_string(GetCurrentProcessId());
+  // Wine reuses process ids soon, and the pinned default sink keeps its file open to the end.
+  return std::string(folder.data()) + stem + std::to_string(GetCurrentProcessId()) + "-" +
+         std::to_string(GetTickCount64());
 }
 
 std::string ReadAll(const std::string& path) {

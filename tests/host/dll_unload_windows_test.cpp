@@ -9,36 +9,12 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#include "run_time_listener.h"
 #include "sdl_sim.h"
 
 namespace {
 
-// A host that loads the bridge at run time has no import library to bind CpdJoystickNotify's
-// members to, so it declares the listener interface itself, slot for slot, as the public header
-// allows. The bridge calls only the three handlers through the vtable.
-class HostNotify {
- public:
-  HostNotify() = default;
-  HostNotify(const HostNotify&) = delete;
-  HostNotify& operator=(const HostNotify&) = delete;
-  virtual ~HostNotify() = default;
-  virtual void OnJoystickData(const JoystickDataPacket* data, int32_t length) = 0;
-  virtual void OnDevListUpdate() = 0;
-  virtual void OnJoystickEvent(std::string event, const EventRecord& record) = 0;
-};
-
-class CountingListener : public HostNotify {
- public:
-  void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) override {
-    ++packets;
-  }
-  void OnDevListUpdate() override {}
-  void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
-
-  CpdJoystickNotify* AsNotify() { return reinterpret_cast<CpdJoystickNotify*>(this); }
-
-  std::atomic<int> packets{0};
-};
+using cpd::test::RunTimeListener;
 
 using RegisterCall = int32_t (*)(CpdJoystickNotify*);
 
@@ -47,7 +23,7 @@ RegisterCall Export(HMODULE module, const char* name) {
   return reinterpret_cast<RegisterCall>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
-bool WaitForPackets(const CountingListener& listener, int count) {
+bool WaitForPackets(const RunTimeListener& listener, int count) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (listener.packets.load() < count && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -67,7 +43,7 @@ TEST(DllUnload, FreeLibraryWhilePollingLeavesTheBridgeRunning) {
   ASSERT_NE(registerNotify, nullptr);
   ASSERT_NE(unregisterNotify, nullptr);
 
-  CountingListener listener;
+  RunTimeListener listener;
   ASSERT_EQ(registerNotify(listener.AsNotify()), 0);
   ASSERT_TRUE(WaitForPackets(listener, 3));
 

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <string>
 #include <thread>
@@ -41,18 +40,6 @@ void Plug(int pad, const PadModel& model) {
 
 std::string PathOf(int pad) {
   return "/dev/input/virtual" + std::to_string(pad);
-}
-
-std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot) {
-  std::vector<JoystickDataPacket> packets;
-  for (const auto& bytes : listener.Packets()) {
-    JoystickDataPacket packet{};
-    std::memcpy(&packet, bytes.data(), sizeof packet);
-    if (packet.slot == slot) {
-      packets.push_back(packet);
-    }
-  }
-  return packets;
 }
 
 std::map<std::string, uint16_t> SlotsByPath() {

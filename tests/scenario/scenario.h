@@ -64,7 +64,4 @@ class Scenario : public ::testing::Test {
   std::vector<TestListener*> mRegistered;
 };
 
-// The packets' bytes as the listener got them, for one slot.
-std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot);
-
 }  // namespace cpd::test

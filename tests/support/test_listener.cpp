@@ -98,4 +98,16 @@ bool TestListener::WaitFor(const std::function<bool()>& done,
   return true;
 }
 
+std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot) {
+  std::vector<JoystickDataPacket> packets;
+  for (const auto& bytes : listener.Packets()) {
+    JoystickDataPacket packet{};
+    std::memcpy(&packet, bytes.data(), sizeof packet);
+    if (packet.slot == slot) {
+      packets.push_back(packet);
+    }
+  }
+  return packets;
+}
+
 }  // namespace cpd::test

@@ -55,4 +55,7 @@ class TestListener : public CpdJoystickNotify {
   std::vector<std::string> mSequence;
 };
 
+// The packets as the listener got them, for one slot.
+std::vector<JoystickDataPacket> PacketsOfSlot(const TestListener& listener, uint8_t slot);
+
 }  // namespace cpd::test
