@@ -162,12 +162,16 @@ TEST(Unload, PluginUnregisteringAtItsUnloadOnRealSdlNeverHangs) {
   ExpectEveryRound(RunHost(command, "unload-plugin-real"), 20);
 }
 
-void ExpectExitsNormally(const char* host, const std::string& stem) {
+void ExpectExitsNormally(const char* host, const std::string& stem,
+                         const std::string& mode = "return") {
   for (int run = 0; run < 10; ++run) {
-    const HostRun result = RunHost(Quoted(host), stem);
+    const HostRun result = RunHost(Quoted(host) + " " + mode, stem);
     ASSERT_EQ(result.status, 0) << "run " << run << "\n" << result.output;
     EXPECT_EQ(result.output.find("left running"), std::string::npos) << result.output;
-    EXPECT_NE(result.output.find("joystick exit"), std::string::npos) << result.output;
+    // Exit called on the polling thread ends the process from there, before its last line.
+    if (mode != "exit-from-listener") {
+      EXPECT_NE(result.output.find("joystick exit"), std::string::npos) << result.output;
+    }
   }
 }
 
@@ -177,6 +181,17 @@ TEST(Unload, HostReturningFromMainWhilePollingExitsNormally) {
 
 TEST(Unload, HostReturningFromMainWhilePollingOnRealSdlExitsNormally) {
   ExpectExitsNormally(CPD_EXIT_HOST_REAL_SDL, "exit-real");
+}
+
+TEST(Unload, HostCallingExitOnAnotherThreadWhilePollingExitsNormally) {
+  ExpectExitsNormally(CPD_EXIT_HOST, "exit-thread", "exit-from-thread");
+  ExpectExitsNormally(CPD_EXIT_HOST_REAL_SDL, "exit-thread-real", "exit-from-thread");
+}
+
+// The teardown then runs on the polling thread itself, which it can only tell to stop.
+TEST(Unload, HostCallingExitFromInsideAListenerExitsNormally) {
+  ExpectExitsNormally(CPD_EXIT_HOST, "exit-listener", "exit-from-listener");
+  ExpectExitsNormally(CPD_EXIT_HOST_REAL_SDL, "exit-listener-real", "exit-from-listener");
 }
 
 }  // namespace
