@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <utility>
 
 #include "common/log.h"
 #include "joystick_policy/joystick_policy.h"
@@ -110,23 +111,53 @@ JoystickManager* JoystickManager::GetInstance() {
 int32_t JoystickManager::Init() {
   CPD_LOG_DEBUG("");
   ArmTeardown();
-  // Only after a stop that left its thread to end alone: two polling threads would share SDL.
-  if (!WaitForThreadEnd(THREAD_END_WAIT)) {
-    CPD_LOG_ERROR("polling not started: the previous polling thread is still running");
-    return 0;
+  bool stillRunning = false;
+  {
+    std::lock_guard<std::mutex> lock(mEndMutex);
+    // A thread an earlier stop left to end alone that has not ended yet polls again instead of
+    // ending, so no two threads share SDL and this registration waits for nothing.
+    stillRunning = !mThreadEnded;
+    mRestart = stillRunning;
   }
-  mModuleHold.Take();
-  mStop.exchange(false);
+  if (stillRunning) {
+    mThread = std::move(mLeftThread);
+  } else {
+    if (mLeftThread) {
+      mLeftThread->join();  // it has ended: returns at once
+      mLeftThread.reset();
+    }
+    StartThread();
+  }
+  BuildMappingList();
+  return 0;
+}
+
+void JoystickManager::StartThread() {
   {
     std::lock_guard<std::mutex> lock(mEndMutex);
     mThreadEnded = false;
   }
-  mThread = std::make_unique<std::thread>([this] {
-    process();
+  mStop.exchange(false);
+  try {
+    mThread = std::make_unique<std::thread>([this] { RunThread(); });
+  } catch (...) {
     MarkThreadEnded();
-  });
-  BuildMappingList();
-  return 0;
+    throw;
+  }
+}
+
+void JoystickManager::RunThread() {
+  for (;;) {
+    process();
+    std::lock_guard<std::mutex> lock(mEndMutex);
+    if (!mRestart) {
+      mThreadEnded = true;
+      mEndCond.notify_all();
+      return;
+    }
+    mRestart = false;
+    mStop.exchange(false);
+  }
 }
 
 int32_t JoystickManager::Stop() {
@@ -136,27 +167,47 @@ int32_t JoystickManager::Stop() {
     // Bounded: a host that unregisters from a module's destructor during dlclose holds the
     // loader's lock, which the thread needs to leave SDL_Init or SDL_Quit; a listener or the
     // host's sink may not return. A thread left to end alone keeps the library held, so the
-    // code it runs stays mapped, and no new one starts before it has ended.
-    bool heldByLoader = false;
-    if (WaitForStoppedThread(heldByLoader)) {
-      mThread->join();
-    } else {
-      if (!heldByLoader) {
+    // code it runs stays mapped; it is joined once it has ended.
+    switch (WaitForStoppedThread()) {
+      case ThreadEnd::ENDED:
+        mThread->join();
+        mThread.reset();
+        break;
+      case ThreadEnd::HELD_BY_LOADER:
+        CPD_LOG_DEBUG("polling thread held up in SDL_Init or SDL_Quit, left to end alone");
+        mLeftThread = std::move(mThread);
+        break;
+      case ThreadEnd::TIMED_OUT:
         CPD_LOG_ERROR("polling thread did not stop within %d ms, left to end alone",
                       static_cast<int>(THREAD_END_WAIT.count()));
-      }
-      mThread->detach();
+        mLeftThread = std::move(mThread);
+        break;
     }
-    mThread.reset();
   }
-  if (WaitForThreadEnd(std::chrono::milliseconds(0))) {
-    mModuleHold.Release();
-  }
+  JoinLeftThreadIfEnded();
   CPD_LOG_DEBUG("end");
   return 0;
 }
 
+void JoystickManager::JoinLeftThreadIfEnded() {
+  if (mLeftThread && WaitForThreadEnd(std::chrono::milliseconds(0))) {
+    mLeftThread->join();
+    mLeftThread.reset();
+  }
+}
+
+ModuleReference JoystickManager::ReleasableModuleHold() {
+  if (mThread || mLeftThread) {
+    return ModuleReference();
+  }
+  return std::move(mModuleHold);
+}
+
 void JoystickManager::RequestStop() {
+  {
+    std::lock_guard<std::mutex> lock(mEndMutex);
+    mRestart = false;
+  }
   mStop.exchange(true);
   mPolling.exchange(false);
   // Notifying under the wake mutex means the polling thread is either already waiting (and
@@ -184,6 +235,9 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
     CPD_LOG_ERROR("null listener ignored");
     return 0;
   }
+  // Taken before the library's locks, since it takes the loader's; dropped after them unless
+  // polling starts with it.
+  ModuleReference reference = ModuleReference::ToThisModule();
   FlagScope registering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
   if (mTornDown.load()) {
@@ -199,6 +253,9 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   if (mThread) {
     return 0;
   }
+  if (!mModuleHold) {
+    std::swap(mModuleHold, reference);
+  }
   return Init();
 }
 
@@ -209,6 +266,7 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
                   refusal);
     return 0;
   }
+  ModuleReference released;  // dropped after the library's locks, since that takes the loader's
   FlagScope unregistering(tInsideRegistration);
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
   bool noneLeft = false;
@@ -219,6 +277,7 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   }
   if (noneLeft) {
     Stop();
+    released = ReleasableModuleHold();
     WaitForLayoutChoicesStored();
   }
   return 0;

@@ -128,12 +128,21 @@ class JoystickManager {
   void ReleaseState();
   // Marks the calling thread as the polling thread, from which no registration may be made.
   static void MarkPollingThread();
-  // SDL_Init (through InitJoystickInput) and SDL_Quit, marked as calls the loader can hold up.
-  int32_t InitSdl();
-  void QuitSdl();
-  // True once the polling thread has ended. False when it has not within THREAD_END_WAIT, or when
-  // it has been inside SDL_Init or SDL_Quit for LOADER_WAIT (then `heldByLoader` is set).
-  bool WaitForStoppedThread(bool& heldByLoader);
+  // How a stop's wait for the polling thread ended.
+  enum class ThreadEnd {
+    ENDED,
+    HELD_BY_LOADER,  // inside SDL_Init or SDL_Quit for LOADER_WAIT
+    TIMED_OUT,       // still running after THREAD_END_WAIT
+  };
+  ThreadEnd WaitForStoppedThread();
+  // Starts a new polling thread; none runs.
+  void StartThread();
+  // The polling thread's body: `process`, and again while a registration asks it to go on.
+  void RunThread();
+  // Joins the thread an earlier stop left to end alone, once it has ended.
+  void JoinLeftThreadIfEnded();
+  // The library's reference to itself, once no thread object of polling remains.
+  ModuleReference ReleasableModuleHold();
   void RunPollingPass();
   bool OpenJoysticks(const JoystickList& list);
   void PollUntilChange();
@@ -187,17 +196,20 @@ class JoystickManager {
 
   // Set by Teardown; no registration is taken after it.
   std::atomic<bool> mTornDown{false};
-  // Tells Stop and Teardown that the polling thread has left `process`, so joining it cannot
-  // hang. A thread that was not joined in time keeps it false until it ends, and no new thread
-  // starts before then.
+  // Tells Stop and Teardown that the polling thread has left `process` for good, so joining it
+  // cannot hang. A thread a stop left to end alone keeps it false until it ends.
   std::mutex mEndMutex;
   std::condition_variable mEndCond;
   bool mThreadEnded = true;  // guarded by mEndMutex
-  // Keeps the library mapped while a polling thread may run in it; taken by Init, let go once
-  // the thread is joined. Guarded by mLifecycleMutex.
-  ModuleHold mModuleHold;
-  // When the polling thread entered the SDL_Init or SDL_Quit it is in (steady-clock ticks), or 0.
-  std::atomic<int64_t> mLoaderCallSince{0};
+  // Set by a registration that finds a thread left to end alone still running: that thread polls
+  // again instead of ending, so no two threads ever share SDL. Guarded by mEndMutex.
+  bool mRestart = false;
+  // The thread a stop could not wait for; joined once it has ended. Guarded by mLifecycleMutex.
+  std::unique_ptr<std::thread> mLeftThread;
+  // Keeps the library mapped while a thread of polling may run in it: taken with the registration
+  // that starts polling, dropped by the unregistration that finds every such thread joined.
+  // Guarded by mLifecycleMutex; never taken or dropped under it (see ModuleReference).
+  ModuleReference mModuleHold;
 };
 
 }  // namespace cpd

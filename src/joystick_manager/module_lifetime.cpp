@@ -1,6 +1,7 @@
 #include "joystick_manager/module_lifetime.h"
 
 #include <atomic>
+#include <utility>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -30,29 +31,39 @@ void PinThisModule() {
 #endif
 }
 
-void ModuleHold::Take() {
+ModuleReference ModuleReference::ToThisModule() {
+  ModuleReference reference;
 #if !defined(_WIN32)
-  if (mHandle != nullptr) {
-    return;
-  }
   Dl_info self{};
-  if (dladdr(reinterpret_cast<void*>(&PinThisModule), &self) == 0 || self.dli_fname == nullptr) {
-    return;
+  if (dladdr(reinterpret_cast<void*>(&PinThisModule), &self) != 0 && self.dli_fname != nullptr) {
+    // Finds the module already loaded and counts one more reference to it. The program itself
+    // cannot be named this way (and cannot be unloaded either), so a bridge linked into it gets
+    // no handle and needs none.
+    reference.mHandle = dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
   }
-  // Finds the module already loaded and counts one more reference to it. The program itself
-  // cannot be named this way (and cannot be unloaded either), so a bridge linked into it gets
-  // no handle and needs none.
-  mHandle = dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
 #endif
+  return reference;
 }
 
-void ModuleHold::Release() {
+ModuleReference::~ModuleReference() {
 #if !defined(_WIN32)
   if (mHandle != nullptr) {
     dlclose(mHandle);
-    mHandle = nullptr;
   }
 #endif
+}
+
+ModuleReference::ModuleReference(ModuleReference&& other) noexcept : mHandle(other.mHandle) {
+  other.mHandle = nullptr;
+}
+
+ModuleReference& ModuleReference::operator=(ModuleReference&& other) noexcept {
+  if (this != &other) {
+    ModuleReference dropped(std::move(*this));
+    mHandle = other.mHandle;
+    other.mHandle = nullptr;
+  }
+  return *this;
 }
 
 bool ProcessIsExiting() {

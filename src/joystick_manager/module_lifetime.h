@@ -6,24 +6,25 @@ namespace cpd {
 // Only the Windows DLL needs it (see dll_main.cpp); elsewhere it does nothing.
 void PinThisModule();
 
-// A reference of the bridge's own to the module its code lives in, held while a polling thread
-// may run that code. A host's dlclose then only drops the host's reference: the module stays
-// mapped, and its static objects stay alive, until the holder lets go. Taken and let go only on
-// a host's thread that is calling into the bridge (which holds a reference of its own), never on
-// the polling thread, which cannot unmap the code it runs. Where the bridge is pinned (Windows)
-// or linked into the program itself, there is nothing to hold and both calls do nothing.
-class ModuleHold {
+// One counted reference to the module the bridge's code lives in, held while a polling thread may
+// run that code: a host's dlclose then only drops the host's reference, and the module stays
+// mapped, its static objects alive, until the reference goes. Taking and dropping one takes the
+// loader's lock, so neither happens under a lock of the library: a host that unregisters from a
+// module's destructor holds the loader's lock and then asks for the library's locks. Dropped only
+// on a host's thread that is calling into the bridge (so the host holds a reference of its own),
+// never on the polling thread, which cannot unmap the code it runs. Where the bridge is pinned
+// (Windows) or linked into the program itself, there is nothing to count and it stays empty.
+class ModuleReference {
  public:
-  ModuleHold() = default;
-  ModuleHold(const ModuleHold&) = delete;
-  ModuleHold& operator=(const ModuleHold&) = delete;
-  ModuleHold(ModuleHold&&) = delete;
-  ModuleHold& operator=(ModuleHold&&) = delete;
-  // Never lets go: a hold still taken at exit belongs to a thread that may still run.
-  ~ModuleHold() = default;
+  ModuleReference() = default;
+  static ModuleReference ToThisModule();
+  ~ModuleReference();
+  ModuleReference(ModuleReference&& other) noexcept;
+  ModuleReference& operator=(ModuleReference&& other) noexcept;
+  ModuleReference(const ModuleReference&) = delete;
+  ModuleReference& operator=(const ModuleReference&) = delete;
 
-  void Take();
-  void Release();
+  explicit operator bool() const { return mHandle != nullptr; }
 
  private:
   void* mHandle = nullptr;

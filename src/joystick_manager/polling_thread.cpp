@@ -56,24 +56,6 @@ int32_t NextCount(int32_t counter) {
   return static_cast<int32_t>(static_cast<uint32_t>(counter) + 1U);
 }
 
-// Marks the polling thread as being inside SDL_Init or SDL_Quit, where SDL loads and unloads
-// libraries: a host thread that holds the loader's lock (unregistering from a module's destructor
-// during dlclose) holds the polling thread up there, and Stop must not wait for it.
-class LoaderCall {
- public:
-  explicit LoaderCall(std::atomic<int64_t>& since) : mSince(since) {
-    mSince.store(std::chrono::steady_clock::now().time_since_epoch().count());
-  }
-  ~LoaderCall() { mSince.store(0); }
-  LoaderCall(const LoaderCall&) = delete;
-  LoaderCall& operator=(const LoaderCall&) = delete;
-  LoaderCall(LoaderCall&&) = delete;
-  LoaderCall& operator=(LoaderCall&&) = delete;
-
- private:
-  std::atomic<int64_t>& mSince;
-};
-
 }  // namespace
 
 void JoystickManager::process() {
@@ -86,23 +68,13 @@ void JoystickManager::process() {
       // Nothing may take the host down: end this pass cleanly and start over.
       CPD_LOG_ERROR("polling pass failed: %s", error.what());
       CloseJoysticks();
-      QuitSdl();
+      QuitJoystickInput();
       WaitForWake(OPEN_RETRY);
     }
   }
   CloseJoysticks();
-  QuitSdl();
+  QuitJoystickInput();
   CPD_LOG_DEBUG("joystick exit\n");
-}
-
-int32_t JoystickManager::InitSdl() {
-  const LoaderCall call(mLoaderCallSince);
-  return InitJoystickInput();
-}
-
-void JoystickManager::QuitSdl() {
-  const LoaderCall call(mLoaderCallSince);
-  SDL_Quit();
 }
 
 void JoystickManager::RunPollingPass() {
@@ -111,7 +83,7 @@ void JoystickManager::RunPollingPass() {
     Joysticks.clear();
   }
   SDL_SetHint(SDL_HINT_JOYSTICK_THREAD, "1");
-  if (InitSdl() == 0) {
+  if (InitJoystickInput() == 0) {
     WaitForWake(SETUP_RETRY);
     return;
   }
@@ -125,7 +97,7 @@ void JoystickManager::RunPollingPass() {
   if (!OpenJoysticks(list)) {
     CPD_LOG_ERROR_IN(PROCESS, "SDL_JoystickOpen failed");
     CloseJoysticks();
-    QuitSdl();
+    QuitJoystickInput();
     WaitForWake(OPEN_RETRY);
     return;
   }
@@ -137,7 +109,7 @@ void JoystickManager::RunPollingPass() {
     PollUntilChange();
   }
   CloseJoysticks();
-  QuitSdl();
+  QuitJoystickInput();
   WaitForWake(REOPEN_PAUSE);
 }
 

@@ -1,7 +1,7 @@
 // What becomes of the polling thread when the host unloads the library (dlclose, FreeLibrary) or
 // returns from main while a listener is still registered.
 //
-// While a polling thread may run, the library holds a reference to itself (ModuleHold; the
+// While a polling thread may run, the library holds a reference to itself (ModuleReference; the
 // Windows DLL is pinned instead), so a host's unload only drops the host's reference: the code
 // the thread runs stays mapped, the thread goes on serving the listeners still registered, and
 // the static objects below are destroyed only once the last reference goes. That is after the
@@ -14,12 +14,15 @@
 // answer "gone" once destroyed, which the polling thread already copes with.
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "common/log.h"
 #include "joystick_manager/joystick_manager.h"
 #include "joystick_manager/module_lifetime.h"
+#include "joystick_mapping/sdl_input.h"
 
 namespace cpd {
 
@@ -72,23 +75,22 @@ bool JoystickManager::WaitForThreadEnd(std::chrono::milliseconds timeout) {
   return mEndCond.wait_for(lock, timeout, [this] { return mThreadEnded; });
 }
 
-bool JoystickManager::WaitForStoppedThread(bool& heldByLoader) {
+JoystickManager::ThreadEnd JoystickManager::WaitForStoppedThread() {
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + THREAD_END_WAIT;
   std::unique_lock<std::mutex> lock(mEndMutex);
   while (!mThreadEnded) {
     const Clock::time_point now = Clock::now();
-    const int64_t since = mLoaderCallSince.load();
-    if (since != 0 && now - Clock::time_point(Clock::duration(since)) >= LOADER_WAIT) {
-      heldByLoader = true;
-      return false;
+    const std::optional<Clock::time_point> since = InsideSdlLoaderCallSince();
+    if (since && now - *since >= LOADER_WAIT) {
+      return ThreadEnd::HELD_BY_LOADER;
     }
     if (now >= deadline) {
-      return false;
+      return ThreadEnd::TIMED_OUT;
     }
     mEndCond.wait_for(lock, std::min<Clock::duration>(LOADER_CHECK, deadline - now));
   }
-  return true;
+  return ThreadEnd::ENDED;
 }
 
 void JoystickManager::Teardown() {
@@ -107,19 +109,23 @@ void JoystickManager::Teardown() {
     CPD_LOG_ERROR("unload: a registration is still running, polling thread left to stop alone");
     return;
   }
-  // Also a thread an earlier stop left to end alone, which no longer has a thread object.
+  // Also a thread an earlier stop left to end alone.
   if (!WaitForThreadEnd(THREAD_END_WAIT)) {
     CPD_LOG_ERROR("unload: polling thread did not stop within %d ms, left running",
                   static_cast<int>(THREAD_END_WAIT.count()));
-    if (mThread) {
-      mThread->detach();
-      mThread.reset();
+    for (std::unique_ptr<std::thread>* thread : {&mThread, &mLeftThread}) {
+      if (*thread) {
+        (*thread)->detach();
+        thread->reset();
+      }
     }
     return;
   }
-  if (mThread) {
-    mThread->join();
-    mThread.reset();
+  for (std::unique_ptr<std::thread>* thread : {&mThread, &mLeftThread}) {
+    if (*thread) {
+      (*thread)->join();
+      thread->reset();
+    }
   }
   ReleaseState();
 }

@@ -1,6 +1,8 @@
 #include "joystick_mapping/sdl_input.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -32,7 +34,35 @@ JoystickList PathsOf(int count) {
   return list;
 }
 
+// Steady-clock ticks at which the polling thread entered SDL_Init or SDL_Quit, or 0.
+std::atomic<int64_t> gLoaderCallSince{0};
+
+class LoaderCall {
+ public:
+  LoaderCall() {
+    gLoaderCallSince.store(std::chrono::steady_clock::now().time_since_epoch().count());
+  }
+  ~LoaderCall() { gLoaderCallSince.store(0); }
+  LoaderCall(const LoaderCall&) = delete;
+  LoaderCall& operator=(const LoaderCall&) = delete;
+  LoaderCall(LoaderCall&&) = delete;
+  LoaderCall& operator=(LoaderCall&&) = delete;
+};
+
 }  // namespace
+
+std::optional<std::chrono::steady_clock::time_point> InsideSdlLoaderCallSince() {
+  const int64_t since = gLoaderCallSince.load();
+  if (since == 0) {
+    return std::nullopt;
+  }
+  return std::chrono::steady_clock::time_point(std::chrono::steady_clock::duration(since));
+}
+
+void QuitJoystickInput() {
+  const LoaderCall call;
+  SDL_Quit();
+}
 
 int32_t InitJoystickInput() {
   // SDL then watches for hot-plugs and reads raw input on a thread of its own. The polling thread
@@ -43,7 +73,12 @@ int32_t InitJoystickInput() {
     CPD_LOG_MUTED("SDL_WasInit");
     return 1;
   }
-  if (SDL_Init(SDL_INIT_JOYSTICK) >= 0) {
+  int result = 0;
+  {
+    const LoaderCall call;
+    result = SDL_Init(SDL_INIT_JOYSTICK);
+  }
+  if (result >= 0) {
     return 1;
   }
   CPD_LOG_ERROR("SDL initialization failed: %s", SDL_GetError());

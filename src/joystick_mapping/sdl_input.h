@@ -2,7 +2,9 @@
 // reading a controller's identity. Called only from the polling thread, which owns every SDL call.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 
 #include "joystick_mapping/joystick_device.h"
 #include "joystick_mapping/joystick_list.h"
@@ -11,6 +13,14 @@ namespace cpd {
 
 // 1 when SDL's joystick subsystem is (or already was) up, 0 when it could not be started.
 int32_t InitJoystickInput();
+
+// SDL_Quit.
+void QuitJoystickInput();
+
+// SDL loads and unloads libraries in SDL_Init and SDL_Quit, where the loader's lock can hold the
+// polling thread up: since when (steady-clock time) it has been inside one of them, or
+// std::nullopt when it is not.
+std::optional<std::chrono::steady_clock::time_point> InsideSdlLoaderCallSince();
 
 // The attached controllers that have a device path, by path.
 JoystickList GetJoystickList();

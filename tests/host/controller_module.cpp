@@ -1,13 +1,8 @@
-// A host's controller module, as a plugin the host loads and unloads: it links the library, so
-// unloading the module unloads the library with it. It registers one listener and
-// unregisters the listener when it is unloaded, from its static destructor: that runs inside
-// the host's dlclose, with the loader's lock held.
+// A host's controller module, as a plugin the host loads and unloads: it links the library,
+// registers one listener, and unregisters it when it is unloaded, from its static destructor,
+// which runs inside the host's dlclose with the loader's lock held. Once polling has stopped the
+// library goes with the module.
 #include "cpd_joystick/joystick_api.h"
-
-// What the host finds with dlsym.
-extern "C" {
-__attribute__((visibility("default"))) int controller_module_register();
-}
 
 namespace {
 
@@ -18,9 +13,7 @@ class QuietListener : public CpdJoystickNotify {
   void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) override {}
 };
 
-// Made before, and so destroyed after, the unregistration below. (No placement new here: in an
-// unoptimised build it would be exported from the module, the library's own dependencies would
-// bind to it, and the module could not be unloaded before them.)
+// Made before, and so destroyed after, the unregistration below.
 QuietListener gListener;
 bool gRegistered = false;
 
@@ -37,6 +30,9 @@ struct UnregisterAtUnload {
 UnregisterAtUnload gUnregisterAtUnload;
 
 }  // namespace
+
+// What the host finds with dlsym.
+extern "C" __attribute__((visibility("default"))) int controller_module_register();
 
 extern "C" __attribute__((visibility("default"))) int controller_module_register() {
   gRegistered = true;

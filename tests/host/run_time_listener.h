@@ -20,7 +20,7 @@ class RunTimeListener {
   virtual void OnJoystickData(const JoystickDataPacket* /*data*/, int32_t /*length*/) {
     packets.fetch_add(1);
   }
-  virtual void OnDevListUpdate() { lists.fetch_add(1); }
+  virtual void OnDevListUpdate() {}
   // By value, as the interface passes it.
   // NOLINTNEXTLINE(performance-unnecessary-value-param)
   virtual void OnJoystickEvent(std::string /*event*/, const EventRecord& /*record*/) {}
@@ -28,7 +28,6 @@ class RunTimeListener {
   CpdJoystickNotify* AsNotify() { return reinterpret_cast<CpdJoystickNotify*>(this); }
 
   std::atomic<int> packets{0};
-  std::atomic<int> lists{0};
 };
 
 }  // namespace cpd::test

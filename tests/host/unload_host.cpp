@@ -8,7 +8,8 @@
 //               [--churn]
 //
 // --target: the library itself, or with --module a host's plugin that links it and registers
-//   its own listener (see controller_module.cpp), which it unregisters when it is unloaded.
+//   its own listener (see controller_module.cpp), which it unregisters when it is unloaded; MODE
+//   then only says whether the host waits for packets, since the plugin always unregisters.
 // MODE: "unregistered" (unregister, then unload), "registered" (unload while registered) or
 //   "alternate" (even rounds unregistered first, odd rounds still registered).
 // --preload: the SDL2 simulator, or the virtual pads in front of the real SDL2; loaded first with
@@ -247,6 +248,17 @@ int main(int argc, char** argv) {
     // A listener still registered is still served: the library must stay where its thread is.
     if (!unregisterFirst && !options.module && !mapped) {
       Fail("round " + std::to_string(round) + ": unmapped under a registered listener");
+    }
+    // ... and goes on serving it after the unload.
+    if (!unregisterFirst && !options.module && options.pads > 0 && !options.churn) {
+      const size_t before = gListener.packets.load();
+      const auto deadline = std::chrono::steady_clock::now() + 3s;
+      while (gListener.packets.load() == before && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(5ms);
+      }
+      if (gListener.packets.load() == before) {
+        Fail("round " + std::to_string(round) + ": no packets after unloading while registered");
+      }
     }
     if (unregisterFirst && !options.module && mapped) {
       Fail("round " + std::to_string(round) + ": still mapped after the last unregister");

@@ -1,10 +1,13 @@
 // A host's log sink and secure store are the host's own code: they may call back into the library
 // on whatever thread the library called them from. Nothing may deadlock, and calls that cannot be
 // honoured there are refused with an error line.
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include "scenario.h"
 
@@ -170,6 +173,40 @@ TEST_F(HostCallback, UnregisterFromTheSinkOnThePollingThreadIsRefusedAndPollingR
   Register();
   ASSERT_TRUE(WaitForPackets(packets + 5));
   EXPECT_EQ(CountLogBody(DebugBody("joystick process enter\\n")), 2U);
+}
+
+// Holds the polling thread in the host's sink on its last line for longer than a stop waits.
+std::atomic<bool> gHoldLastLine{false};
+
+void HoldTheLastLine(const LogLine& line) {
+  if (line.body == DebugBody("joystick exit\\n") && gHoldLastLine.exchange(false)) {
+    std::this_thread::sleep_for(2500ms);
+  }
+}
+
+TEST_F(HostCallback, ARegistrationWhileAStoppedThreadStillEndsHasThatThreadPollAgain) {
+  Watchdog watchdog(120s);
+  Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForPackets(5));
+  gHoldLastLine = true;
+  SetLogHandler(&HoldTheLastLine);
+  Unregister();  // gives up after 1.5 s: the sink still holds the thread
+  EXPECT_EQ(CountLogBody(ErrorBody("polling thread did not stop within 1500 ms, left to end "
+                                   "alone")),
+            1U);
+  const size_t packets = listener.PacketCount();
+  Register();  // does not wait: the thread that is ending polls again once the sink returns
+  ASSERT_TRUE(WaitForPackets(packets + 5));
+  SetLogHandler(nullptr);
+  EXPECT_EQ(CountLogBody(DebugBody("joystick process enter\\n")), 2U);
+  // One polling thread throughout: every callback came from the same thread.
+  const std::vector<std::thread::id> threads = listener.CallbackThreads();
+  EXPECT_EQ(std::count(threads.begin(), threads.end(), threads.front()),
+            static_cast<std::ptrdiff_t>(threads.size()));
+  Unregister();
+  EXPECT_EQ(CountLogBody(DebugBody("joystick exit\\n")), 2U);
+  EXPECT_EQ(sim_is_initialised(), 0);
 }
 
 }  // namespace
