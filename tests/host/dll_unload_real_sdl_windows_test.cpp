@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
-#include "run_time_listener.h"
+#include "run_time_host.h"
 
 namespace {
 
@@ -23,11 +23,8 @@ using cpd::test::RunTimeListener;
 
 RunTimeListener gListener;  // outlives the DLL's threads, which the system ends at exit
 
-using RegisterCall = int32_t (*)(CpdJoystickNotify*);
-
-RegisterCall Export(HMODULE module, const char* name) {
-  return reinterpret_cast<RegisterCall>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
+using cpd::test::FindRegistrationExports;
+using cpd::test::RegistrationExports;
 
 std::string TemporaryPath(const char* stem) {
   std::array<char, MAX_PATH> folder{};
@@ -60,17 +57,14 @@ TEST(DllUnloadRealSdl, FiftyRoundsOfLoadAndFreeAlternatingWorkEachTime) {
       first = bridge;
     }
     EXPECT_EQ(bridge, first) << "a pinned bridge is found where it was";
-    const RegisterCall registerNotify =
-        Export(bridge, "_Z26JoysticAPI_RegsisterNotifyP17CpdJoystickNotify");
-    const RegisterCall unregisterNotify =
-        Export(bridge, "_Z28JoysticAPI_UnregsisterNotifyP17CpdJoystickNotify");
-    ASSERT_NE(registerNotify, nullptr);
-    ASSERT_NE(unregisterNotify, nullptr);
+    const RegistrationExports exports = FindRegistrationExports(bridge);
+    ASSERT_NE(exports.registerNotify, nullptr);
+    ASSERT_NE(exports.unregisterNotify, nullptr);
 
-    ASSERT_EQ(registerNotify(gListener.AsNotify()), 0);
+    ASSERT_EQ(exports.registerNotify(gListener.AsNotify()), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(PAUSES[round % PAUSES.size()]));
     if (round % 2 == 0) {
-      ASSERT_EQ(unregisterNotify(gListener.AsNotify()), 0);
+      ASSERT_EQ(exports.unregisterNotify(gListener.AsNotify()), 0);
     }
     ASSERT_NE(FreeLibrary(bridge), 0);
     EXPECT_EQ(GetModuleHandleW(L"cpd_joystick.dll"), bridge) << "unmapped under its threads";

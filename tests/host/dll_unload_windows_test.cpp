@@ -9,19 +9,15 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
-#include "run_time_listener.h"
+#include "run_time_host.h"
 #include "sdl_sim.h"
 
 namespace {
 
 using cpd::test::RunTimeListener;
 
-using RegisterCall = int32_t (*)(CpdJoystickNotify*);
-
-// GetProcAddress answers a generic function pointer; the export's real type is known here.
-RegisterCall Export(HMODULE module, const char* name) {
-  return reinterpret_cast<RegisterCall>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
+using cpd::test::FindRegistrationExports;
+using cpd::test::RegistrationExports;
 
 bool WaitForPackets(const RunTimeListener& listener, int count) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -35,16 +31,12 @@ TEST(DllUnload, FreeLibraryWhilePollingLeavesTheBridgeRunning) {
   sim_plug("Xbox Wireless Controller", "/dev/input/event20", 0x045e, 0x0b13, 6, 11, 1);
   HMODULE bridge = LoadLibraryW(L"cpd_joystick.dll");
   ASSERT_NE(bridge, nullptr);
-  // The exported names are the C++ ones (GCC's mangling), as a host's linker would bind them.
-  const RegisterCall registerNotify =
-      Export(bridge, "_Z26JoysticAPI_RegsisterNotifyP17CpdJoystickNotify");
-  const RegisterCall unregisterNotify =
-      Export(bridge, "_Z28JoysticAPI_UnregsisterNotifyP17CpdJoystickNotify");
-  ASSERT_NE(registerNotify, nullptr);
-  ASSERT_NE(unregisterNotify, nullptr);
+  const RegistrationExports exports = FindRegistrationExports(bridge);
+  ASSERT_NE(exports.registerNotify, nullptr);
+  ASSERT_NE(exports.unregisterNotify, nullptr);
 
   RunTimeListener listener;
-  ASSERT_EQ(registerNotify(listener.AsNotify()), 0);
+  ASSERT_EQ(exports.registerNotify(listener.AsNotify()), 0);
   ASSERT_TRUE(WaitForPackets(listener, 3));
 
   ASSERT_NE(FreeLibrary(bridge), 0);
@@ -53,7 +45,7 @@ TEST(DllUnload, FreeLibraryWhilePollingLeavesTheBridgeRunning) {
   EXPECT_TRUE(WaitForPackets(listener, before + 3)) << "polling stopped with the unload";
 
   // The host's reference is gone, but the pinned bridge still answers at the same address.
-  EXPECT_EQ(unregisterNotify(listener.AsNotify()), 0);
+  EXPECT_EQ(exports.unregisterNotify(listener.AsNotify()), 0);
 }
 
 }  // namespace

@@ -142,13 +142,16 @@ TEST(Unload, SimulatorPadsComingAndGoingFiftyRounds) {
                    "unload-sim-churn", 50, 25);
 }
 
+// Twenty rounds of the plugin with one pad plugged through `preload`.
+std::string PluginCommand(const std::string& preload) {
+  return Quoted(CPD_UNLOAD_HOST) + " --module --target " + Quoted(CPD_CONTROLLER_MODULE) +
+         " --rounds 20 --mode registered --pads 1" + preload;
+}
+
 // A plugin that unregisters from its destructor does so inside dlclose, with the loader's lock
 // held. On the simulator the thread ends at once and the library goes with the plugin.
 TEST(Unload, PluginUnregisteringAtItsUnloadOnTheSimulator) {
-  const std::string command = Quoted(CPD_UNLOAD_HOST) + " --module --target " +
-                              Quoted(CPD_CONTROLLER_MODULE) + " --rounds 20 --mode registered" +
-                              " --pads 1" + ON_SIMULATOR;
-  const HostRun run = RunHost(command, "unload-plugin-sim");
+  const HostRun run = RunHost(PluginCommand(ON_SIMULATOR), "unload-plugin-sim");
   ExpectEveryRound(run, 20);
   EXPECT_EQ(UnmappedRounds(run), 20) << run.output;
 }
@@ -157,10 +160,7 @@ TEST(Unload, PluginUnregisteringAtItsUnloadOnTheSimulator) {
 // plugin's dlclose holds it: the stop does not wait for it, and the library stays loaded until
 // the thread has ended and a later stop has joined it.
 TEST(Unload, PluginUnregisteringAtItsUnloadOnRealSdlNeverHangs) {
-  const std::string command = Quoted(CPD_UNLOAD_HOST) + " --module --target " +
-                              Quoted(CPD_CONTROLLER_MODULE) + " --rounds 20 --mode registered" +
-                              " --pads 1" + ON_VIRTUAL_PADS;
-  const HostRun run = RunHost(command, "unload-plugin-real");
+  const HostRun run = RunHost(PluginCommand(ON_VIRTUAL_PADS), "unload-plugin-real");
   ExpectEveryRound(run, 20);
   // SDL did load a library in SDL_Init here, so the loader's lock really was in the way.
   EXPECT_NE(run.output.find("polling thread held up in SDL_Init or SDL_Quit, left to end alone"),
