@@ -117,7 +117,7 @@ int32_t cpd_joystick_register(const cpd_joystick_listener* listener) {
   }
   CListenerTable& table = CListenerTable::Instance();
   if (cpd::JoystickManager::RegistrationRefused()) {
-    return CListenerTable::Refuse(&JoysticAPI_RegsisterNotify, table.Find(listener));
+    return CListenerTable::RefuseRegister(table.Find(listener));
   }
   return table.Register(*listener);
 }
@@ -130,7 +130,7 @@ int32_t cpd_joystick_unregister(const cpd_joystick_listener* listener) {
   }
   CListenerTable& table = CListenerTable::Instance();
   if (cpd::JoystickManager::RegistrationRefused()) {
-    return CListenerTable::Refuse(&JoysticAPI_UnregsisterNotify, table.Find(listener));
+    return CListenerTable::RefuseUnregister(table.Find(listener));
   }
   return table.Unregister(listener);
 }

@@ -3,11 +3,32 @@
 #include <cstring>
 #include <vector>
 
-#include "common/error_lines.h"
 #include "common/log.h"
-#include "joystick_manager/joystick_manager.h"
+#include "joystick_manager/manager_call.h"
 
 namespace cpd::capi {
+
+namespace {
+
+using Change = JoystickManager::ListenerChange;
+
+// The manager's registration operations under the names of the exports they stand for, so a
+// failure's line reads as it does for a C++ host.
+Change ManagerRegister(CListener* adapter) {
+  return CallManager("JoysticAPI_RegsisterNotify", Change::REFUSED,
+                     [&](JoystickManager& manager) { return manager.RegsisterNotify(adapter); });
+}
+
+Change ManagerUnregister(CListener* adapter) {
+  return CallManager("JoysticAPI_UnregsisterNotify", Change::REFUSED,
+                     [&](JoystickManager& manager) { return manager.UnregsisterNotify(adapter); });
+}
+
+int32_t CodeOf(Change change) {
+  return change == Change::DONE ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
+}
+
+}  // namespace
 
 static_assert(sizeof(cpd_joystick_packet) == sizeof(JoystickDataPacket),
               "the C packet is the C++ packet's 17 bytes");
@@ -68,11 +89,9 @@ int32_t CListenerTable::Register(const cpd_joystick_listener& listener) {
     std::lock_guard<std::mutex> lock(mAdaptersMutex);
     mAdapters.emplace(&listener, std::move(created));
   }
-  // Kept even if the manager fails: it may hold the adapter already, and unregistering
+  // Kept even if the manager refuses: it may hold the adapter already, and unregistering
   // removes it from both.
-  cpd::log::ErrorLineCapture capture;
-  JoysticAPI_RegsisterNotify(adapter);
-  return capture.Empty() ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
+  return CodeOf(ManagerRegister(adapter));
 }
 
 int32_t CListenerTable::Unregister(const cpd_joystick_listener* listener) {
@@ -80,9 +99,7 @@ int32_t CListenerTable::Unregister(const cpd_joystick_listener* listener) {
   // An unknown listener goes to the manager as null, which it treats like any pointer it does
   // not hold: nothing is removed, and polling stops if no listener is left.
   CListener* adapter = Find(listener);
-  cpd::log::ErrorLineCapture capture;
-  JoysticAPI_UnregsisterNotify(adapter);
-  if (!capture.Empty()) {
+  if (ManagerUnregister(adapter) != Change::DONE) {
     return CPD_JOYSTICK_ERROR;
   }
   std::lock_guard<std::mutex> lock(mAdaptersMutex);
@@ -90,10 +107,12 @@ int32_t CListenerTable::Unregister(const cpd_joystick_listener* listener) {
   return CPD_JOYSTICK_OK;
 }
 
-int32_t CListenerTable::Refuse(int32_t (*managerCall)(CpdJoystickNotify*), CListener* adapter) {
-  cpd::log::ErrorLineCapture capture;
-  managerCall(adapter);
-  return capture.Empty() ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
+int32_t CListenerTable::RefuseRegister(CListener* adapter) {
+  return CodeOf(ManagerRegister(adapter));
+}
+
+int32_t CListenerTable::RefuseUnregister(CListener* adapter) {
+  return CodeOf(ManagerUnregister(adapter));
 }
 
 }  // namespace cpd::capi

@@ -35,8 +35,10 @@ class CListenerTable {
 
   int32_t Register(const cpd_joystick_listener& listener);
   int32_t Unregister(const cpd_joystick_listener* listener);
-  // Hands a call made from inside a callback to the manager, which refuses it.
-  static int32_t Refuse(int32_t (*managerCall)(CpdJoystickNotify*), CListener* adapter);
+  // Hand a call made from inside a callback to the manager, which refuses it with its line;
+  // the table is left alone, since this thread may already be inside one of its calls.
+  static int32_t RefuseRegister(CListener* adapter);
+  static int32_t RefuseUnregister(CListener* adapter);
 
   CListener* Find(const cpd_joystick_listener* listener);
 

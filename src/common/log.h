@@ -8,9 +8,9 @@
 //   %s %s(%d): "Debug:" "<message exactly as written in the source>"
 // The message is stringised, not decoded: "started\n" shows a backslash and an n inside the
 // closing quote, and "" leaves an empty pair of quotes. The sink then gets the file name, the
-// function's unqualified name and the line before the statement's own arguments. An error line
-// is also kept by the thread's ErrorLineCapture, if one is alive (its arguments are then
-// evaluated a second time, so they must have no side effects).
+// function's unqualified name and the line before the statement's own arguments, each evaluated
+// once. An error line is also kept by the thread's ErrorLineCapture, if one is alive, which gives
+// the C interface the text of its last error.
 #pragma once
 
 #include <cstring>
@@ -99,14 +99,16 @@ inline const char* FileNameAfterBackslash(const char* path) {
     static_assert(::cpd::log::IsSingleLiteral(#message),                                           \
                   "a log message is one literal: the line shows it as written");                   \
     if constexpr (::cpd::log::IsEmitted(logClass)) {                                               \
-      quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                      \
-                     CPD_LOG_FORMAT_(word, message), ::cpd::log::FileNameAfterBackslash(__FILE__), \
-                     origin, __LINE__, ##__VA_ARGS__);                                             \
-      if (logClass == ::cpd::log::LOG_CLASS_ERROR && ::cpd::log::IsCapturingErrorLines()) {        \
-        ::cpd::log::CaptureErrorLine(CPD_LOG_FORMAT_(word, message),                               \
-                                     ::cpd::log::FileNameAfterBackslash(__FILE__), origin,         \
-                                     __LINE__, ##__VA_ARGS__);                                     \
-      }                                                                                            \
+      [](const char* cpdLogOrigin_, const auto&... cpdLogArguments_) {                             \
+        const char* const cpdLogFile_ = ::cpd::log::FileNameAfterBackslash(__FILE__);              \
+        quvaniLogPrint(0, ::cpd::log::SinkLevel(logClass), ::cpd::log::LOG_TAG,                    \
+                       CPD_LOG_FORMAT_(word, message), cpdLogFile_, cpdLogOrigin_, __LINE__,       \
+                       cpdLogArguments_...);                                                       \
+        if (logClass == ::cpd::log::LOG_CLASS_ERROR && ::cpd::log::IsCapturingErrorLines()) {      \
+          ::cpd::log::CaptureErrorLine(CPD_LOG_FORMAT_(word, message), cpdLogFile_, cpdLogOrigin_, \
+                                       __LINE__, cpdLogArguments_...);                             \
+        }                                                                                          \
+      }(origin, ##__VA_ARGS__);                                                                    \
     }                                                                                              \
   } while (false)
 

@@ -1,40 +1,24 @@
 // The exported functions. Each forwards to the manager operation of the same stem; none lets an
 // exception reach the host.
-#include <exception>
-
-#include "common/log.h"
 #include "cpd_joystick/joystick_api.h"
-#include "joystick_manager/joystick_manager.h"
-#include "joystick_manager/module_lifetime.h"
+#include "joystick_manager/manager_call.h"
 
 CpdJoystickNotify::~CpdJoystickNotify() = default;
 
-namespace {
+using cpd::CallManager;
+using Change = cpd::JoystickManager::ListenerChange;
 
-template <typename Result, typename Call>
-Result CallManager(const char* exportName, Result onFailure, Call call) {
-  try {
-    cpd::PinThisModule();
-    return call(*cpd::JoystickManager::GetInstance());
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("%s failed: %s", exportName, error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("%s failed: non-standard exception", exportName);
-  }
-  return onFailure;
-}
-
-}  // namespace
-
+// Both answer 0 whatever happened, as hosts have always seen; the error line says what went wrong.
 int32_t JoysticAPI_RegsisterNotify(CpdJoystickNotify* notify) {
-  return CallManager(
-      __func__, 0, [&](cpd::JoystickManager& manager) { return manager.RegsisterNotify(notify); });
+  CallManager(__func__, Change::REFUSED,
+              [&](cpd::JoystickManager& manager) { return manager.RegsisterNotify(notify); });
+  return 0;
 }
 
 int32_t JoysticAPI_UnregsisterNotify(CpdJoystickNotify* notify) {
-  return CallManager(__func__, 0, [&](cpd::JoystickManager& manager) {
-    return manager.UnregsisterNotify(notify);
-  });
+  CallManager(__func__, Change::REFUSED,
+              [&](cpd::JoystickManager& manager) { return manager.UnregsisterNotify(notify); });
+  return 0;
 }
 
 std::list<_CpdJoystickDeviceInfo> JoysticAPI_GetDevList() {

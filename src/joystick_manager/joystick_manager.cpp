@@ -220,20 +220,16 @@ void JoystickManager::MarkPollingThread() {
   tOnPollingThread = true;
 }
 
-bool JoystickManager::InsideLibraryCall() {
-  return RegistrationRefusal() != nullptr;
-}
-
-int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
+JoystickManager::ListenerChange JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
   if (const char* refusal = RegistrationRefusal()) {
     CPD_LOG_ERROR("%p refused: listeners must not register %s", static_cast<void*>(notify),
                   refusal);
-    return 0;
+    return ListenerChange::REFUSED;
   }
   if (notify == nullptr) {
     CPD_LOG_ERROR("null listener ignored");
-    return 0;
+    return ListenerChange::REFUSED;
   }
   // Taken before the library's locks, since it takes the loader's; dropped after them unless
   // polling starts with it.
@@ -242,7 +238,7 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
   if (mTornDown.load()) {
     CPD_LOG_ERROR("%p refused: the library is being unloaded", static_cast<void*>(notify));
-    return 0;
+    return ListenerChange::REFUSED;
   }
   {
     std::lock_guard<std::mutex> lock(mNotifyMutex);
@@ -251,20 +247,21 @@ int32_t JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
     }
   }
   if (mThread) {
-    return 0;
+    return ListenerChange::DONE;
   }
   if (!mModuleHold) {
     std::swap(mModuleHold, reference);
   }
-  return Init();
+  Init();
+  return ListenerChange::DONE;
 }
 
-int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
+JoystickManager::ListenerChange JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
   if (const char* refusal = RegistrationRefusal()) {
     CPD_LOG_ERROR("%p refused: listeners must not unregister %s", static_cast<void*>(notify),
                   refusal);
-    return 0;
+    return ListenerChange::REFUSED;
   }
   ModuleReference released;  // dropped after the library's locks, since that takes the loader's
   FlagScope unregistering(tInsideRegistration);
@@ -280,7 +277,7 @@ int32_t JoystickManager::UnregsisterNotify(CpdJoystickNotify* notify) {
     released = ReleasableModuleHold();
     WaitForLayoutChoicesStored();
   }
-  return 0;
+  return ListenerChange::DONE;
 }
 
 // A host that exits right after its last unregistration would otherwise lose a layout choice

@@ -49,10 +49,17 @@ class JoystickManager {
   // thread that does not end in time is left to itself.
   void Teardown();
 
-  int32_t RegsisterNotify(CpdJoystickNotify* notify);
-  int32_t UnregsisterNotify(CpdJoystickNotify* notify);
+  // How a registration or an unregistration went. The exported functions return 0 whatever it
+  // was, as hosts have always seen; the C interface answers with its own codes from it.
+  enum class ListenerChange {
+    DONE,     // the listener is registered (or no longer registered), or it already was
+    REFUSED,  // nothing changed; the error line says why
+  };
+  ListenerChange RegsisterNotify(CpdJoystickNotify* notify);
+  ListenerChange UnregsisterNotify(CpdJoystickNotify* notify);
   // True where a registration made now on the calling thread is refused (inside a listener
-  // callback, on the polling thread, inside another registration).
+  // callback, on the polling thread, inside another registration): a thread that must not wait
+  // for the polling thread.
   static bool RegistrationRefused();
 
   std::list<_CpdJoystickDeviceInfo> GetDevList();
@@ -94,6 +101,7 @@ class JoystickManager {
     std::vector<InputId> inputs;
     // mMappingVersion when the bindings were copied; no version is ever 0.
     uint64_t mappingVersion = 0;
+    ReportReader reader;
     XboxGamepad lastGamepad;
     // Packets sent for this controller in this run: the next packet's number.
     uint32_t packetNumber = 0;
@@ -117,9 +125,6 @@ class JoystickManager {
   static void WaitForLayoutChoicesStored();
   // Makes sure Teardown runs at unload or exit, before the library's other static objects go.
   static void ArmTeardown();
-  // True when the calling thread is inside a listener callback, on the polling thread, or inside
-  // a registration: a thread that must not wait for the polling thread.
-  static bool InsideLibraryCall();
   void MarkThreadEnded();
   bool WaitForThreadEnd(std::chrono::milliseconds timeout);
   // Wakes the polling thread with both stop flags set.

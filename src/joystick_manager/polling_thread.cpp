@@ -299,8 +299,8 @@ void JoystickManager::PollJoystick(int32_t sdlIndex, PollSnapshot& snapshot, Pol
     return;
   }
   XboxGamepad gamepad;
-  GetXboxReportFromSnapshot(snapshot.handle, snapshot.bindings, snapshot.inputs, gamepad,
-                            run.periodStart);
+  snapshot.reader.Read(snapshot.handle, snapshot.bindings, snapshot.inputs, gamepad,
+                       run.periodStart);
   const bool changed = !(gamepad == snapshot.lastGamepad);
   if (changed) {
     if (ShouldLogState(snapshot.lastGamepad, gamepad, run.counter, run.periodStart)) {

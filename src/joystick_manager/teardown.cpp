@@ -101,7 +101,7 @@ void JoystickManager::Teardown() {
   RequestStop();
   // Exit called from a listener, from the host's sink on the polling thread, or in the middle of
   // a registration: this thread cannot wait for the polling thread, which is told to stop only.
-  if (InsideLibraryCall()) {
+  if (RegistrationRefused()) {
     return;
   }
   std::unique_lock<std::mutex> lifecycle(mLifecycleMutex, std::defer_lock);

@@ -1,10 +1,5 @@
 #include "joystick_mapping/report_translation.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdlib>
-
 #include "common/log.h"
 
 namespace cpd {
@@ -14,170 +9,55 @@ namespace {
 // The translation's lines name the operation hosts know it by, whichever entry point ran it.
 constexpr const char* REPORT_ORIGIN = "GetXboxReportFromSDLmap";
 
-constexpr int32_t FULL_DEFLECTION = 32767;
-constexpr uint8_t TRIGGER_FULL = 255;
-// An axis bound to a digital control must be pushed past this, so a drifting stick or a resting
-// trigger never presses a button.
-constexpr int32_t DIGITAL_AXIS_THRESHOLD = 3000;
-
-// Where an analogue control lands in the gamepad state, and which way.
-struct StickTarget {
-  int16_t XboxGamepad::*field;
-  int32_t sign;
-};
-
-constexpr std::array<StickTarget, 8> STICK_TARGETS = {{
-    {&XboxGamepad::sThumbLX, -1},  // LEFT_STICK_LEFT
-    {&XboxGamepad::sThumbLY, +1},  // LEFT_STICK_UP
-    {&XboxGamepad::sThumbLX, +1},  // LEFT_STICK_RIGHT
-    {&XboxGamepad::sThumbLY, -1},  // LEFT_STICK_DOWN
-    {&XboxGamepad::sThumbRX, -1},  // RIGHT_STICK_LEFT
-    {&XboxGamepad::sThumbRY, +1},  // RIGHT_STICK_UP
-    {&XboxGamepad::sThumbRX, +1},  // RIGHT_STICK_RIGHT
-    {&XboxGamepad::sThumbRY, -1},  // RIGHT_STICK_DOWN
-}};
-
-// What one source makes of a control. `active` decides whether a stick field or button bit is
-// written; triggers read from a hat or a button are written even when released.
-struct ControlReading {
-  bool active;
-  int32_t stickAmount;
-  uint8_t trigger;
-  bool triggerAlwaysWritten;
-};
-
-void WriteControl(XboxGamepad& gamepad, InputId id, const ControlReading& reading) {
-  if (id == InputId::LEFT_TRIGGER || id == InputId::RIGHT_TRIGGER) {
-    if (reading.active || reading.triggerAlwaysWritten) {
-      (id == InputId::LEFT_TRIGGER ? gamepad.bLeftTrigger : gamepad.bRightTrigger) =
-          reading.trigger;
+void LogPressed(const std::vector<PressedRead>& pressed) {
+  for (const PressedRead& read : pressed) {
+    if (read.hat) {
+      CPD_LOG_DEBUG_IN(REPORT_ORIGIN, "SDL_JoystickGetHat index[%d] buttonValue[%d] mapValue[%d]",
+                       read.index, read.value, read.mapValue);
+    } else {
+      CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
+                       "SDL_JoystickGetButton index[%d] buttonValue[%d] mapValue[%d]", read.index,
+                       read.value, read.mapValue);
     }
-    return;
-  }
-  if (!reading.active) {
-    return;
-  }
-  const auto value = static_cast<uint32_t>(id);
-  const auto first = static_cast<uint32_t>(InputId::LEFT_STICK_LEFT);
-  if (value >= first && value - first < STICK_TARGETS.size()) {
-    const StickTarget& target = STICK_TARGETS[value - first];
-    gamepad.*target.field = static_cast<int16_t>(target.sign * reading.stickAmount);
-    return;
-  }
-  const auto bit = XboxButtonBits.find(id);
-  if (bit != XboxButtonBits.end()) {
-    gamepad.wButtons = static_cast<uint16_t>(gamepad.wButtons | bit->second);
   }
 }
 
-ControlReading FromHat(bool on) {
-  return {on, on ? FULL_DEFLECTION : 0, on ? TRIGGER_FULL : uint8_t{0}, true};
-}
-
-ControlReading FromButton(int pressed) {
-  const bool on = pressed != 0;
-  return {on, FULL_DEFLECTION * pressed, static_cast<uint8_t>(TRIGGER_FULL * pressed), true};
-}
-
-// The magnitude drops one count, so -1, 0 and 1 all read as rest; the positive end therefore
-// reads 32766 and the negative end 32767, and that asymmetry is what hosts have always seen.
-ControlReading FromAxis(InputId id, int32_t axis, int32_t bindingValue) {
-  const int32_t magnitude = std::max(std::abs(axis) - 1, 0);
-  const bool bound = magnitude != 0 && sameSign(axis, bindingValue);
-  const bool isDigital = static_cast<uint32_t>(id) < static_cast<uint32_t>(InputId::LEFT_TRIGGER);
-  const bool active = bound && (!isDigital || magnitude > DIGITAL_AXIS_THRESHOLD);
-  return {active, magnitude, axisToTrigger(static_cast<int16_t>(magnitude)), false};
-}
-
-// SDL checks only the upper end of an input number; a negative one would read outside its
-// arrays, so it is answered here as SDL answers any other number the device does not have.
-int32_t ReadAxis(SDL_Joystick* joystick, int32_t index) {
-  return index < 0 ? 0 : SDL_JoystickGetAxis(joystick, index);
-}
-int ReadHat(SDL_Joystick* joystick, int32_t index) {
-  return index < 0 ? 0 : SDL_JoystickGetHat(joystick, index);
-}
-int ReadButton(SDL_Joystick* joystick, int32_t index) {
-  return index < 0 ? 0 : SDL_JoystickGetButton(joystick, index);
+void ReadKind(RawInputs::Kind& kind, SDL_Joystick* joystick,
+              int32_t (*read)(SDL_Joystick*, int32_t)) {
+  for (int32_t number = 0; number < kind.count; ++number) {
+    kind.values[static_cast<size_t>(number)] = read(joystick, number);
+  }
 }
 
 }  // namespace
 
-BindingSnapshot SnapshotOf(const std::map<InputId, InputBinding>& bindings) {
-  BindingSnapshot snapshot{};
-  for (const auto& entry : bindings) {
-    const auto id = static_cast<uint32_t>(entry.first);
-    if (id < INPUT_ID_COUNT) {
-      snapshot[id] = entry.second;
-    }
-  }
-  return snapshot;
-}
-
-void GetMappedInputs(const std::map<InputId, InputBinding>& bindings,
-                     std::vector<InputId>& inputs) {
-  // A list reused from an earlier call keeps its capacity, so the poller allocates only once.
-  inputs.clear();
-  inputs.reserve(bindings.size());
-  for (const auto& entry : bindings) {
-    if (entry.second.type != InputType::UNSET) {
-      inputs.push_back(entry.first);
-    }
-  }
+void ReadRawInputs(SDL_Joystick* joystick, RawInputs& raw) {
+  SDL_JoystickUpdate();
+  ReadKind(raw.axes, joystick, [](SDL_Joystick* from, int32_t number) -> int32_t {
+    return SDL_JoystickGetAxis(from, number);
+  });
+  ReadKind(raw.buttons, joystick, [](SDL_Joystick* from, int32_t number) -> int32_t {
+    return SDL_JoystickGetButton(from, number);
+  });
+  ReadKind(raw.hats, joystick, [](SDL_Joystick* from, int32_t number) -> int32_t {
+    return SDL_JoystickGetHat(from, number);
+  });
 }
 
 void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<InputId>& inputs,
                              XboxGamepad& gamepad) {
-  GetXboxReportFromSnapshot(device._ptr, SnapshotOf(device.mapping.bindings), inputs, gamepad);
+  ReportReader reader;
+  reader.Read(device._ptr, SnapshotOf(device.mapping.bindings), inputs, gamepad);
 }
 
-void GetXboxReportFromSnapshot(SDL_Joystick* joystick, const BindingSnapshot& bindings,
-                               const std::vector<InputId>& inputs, XboxGamepad& gamepad,
-                               bool logReads) {
-  gamepad = XboxGamepad{};
-  SDL_JoystickUpdate();
-  for (const InputId id : inputs) {
-    const auto slot = static_cast<uint32_t>(id);
-    const InputBinding binding = slot < INPUT_ID_COUNT ? bindings[slot] : InputBinding{};
-    switch (binding.type) {
-      case InputType::DPAD: {
-        const int hat = ReadHat(joystick, binding.index);
-        if (hat != 0 && logReads) {
-          CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
-                           "SDL_JoystickGetHat index[%d] buttonValue[%d] mapValue[%d]",
-                           binding.index, hat, binding.value);
-        }
-        WriteControl(gamepad, id, FromHat((binding.value & hat) != 0));
-        break;
-      }
-      case InputType::STICK:
-      case InputType::TRIGGER:
-        WriteControl(gamepad, id, FromAxis(id, ReadAxis(joystick, binding.index), binding.value));
-        break;
-      case InputType::BUTTON: {
-        const int pressed = ReadButton(joystick, binding.index);
-        if (pressed > 0 && logReads) {
-          CPD_LOG_DEBUG_IN(REPORT_ORIGIN,
-                           "SDL_JoystickGetButton index[%d] buttonValue[%d] mapValue[%d]",
-                           binding.index, pressed, binding.value);
-        }
-        WriteControl(gamepad, id, FromButton(pressed));
-        break;
-      }
-      default:
-        break;
-    }
+void ReportReader::Read(SDL_Joystick* joystick, const BindingSnapshot& bindings,
+                        const std::vector<InputId>& inputs, XboxGamepad& gamepad, bool logReads) {
+  ShapeRawInputs(bindings, inputs, mRaw);
+  ReadRawInputs(joystick, mRaw);
+  TranslateReport(mRaw, bindings, inputs, gamepad, logReads ? &mPressed : nullptr);
+  if (logReads) {
+    LogPressed(mPressed);
   }
-}
-
-bool sameSign(int32_t axisValue, int32_t bindingValue) {
-  return (axisValue >= 0) == (bindingValue >= 0);
-}
-
-uint8_t axisToTrigger(int16_t magnitude) {
-  constexpr double SCALE = 255.0 / 32767.0;
-  const auto rounded = static_cast<int32_t>(std::round(magnitude * SCALE));
-  return static_cast<uint8_t>(rounded & 0xFF);
 }
 
 }  // namespace cpd

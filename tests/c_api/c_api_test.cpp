@@ -413,5 +413,25 @@ TEST_F(CInterface, VersionIsTheProjectVersion) {
   EXPECT_STREQ(cpd_joystick_version(), CPD_EXPECTED_VERSION);
 }
 
+// The return code comes from what the call did, not from which lines it logged: the listener
+// is removed although the unregistration also reports a choice the store has not taken.
+TEST_F(CInterface, UnregisteringWithAChoiceStillUnstoredRemovesTheListenerAndSaysSo) {
+  PlugXbox();
+  cpd_joystick_listener listener = ListenerFor(record);
+  ASSERT_EQ(cpd_joystick_register(&listener), CPD_JOYSTICK_OK);
+  ASSERT_TRUE(record.WaitFor([&] { return record.devListUpdates >= 1; }));
+  SetStoreRefusing(true);
+  ASSERT_EQ(cpd_joystick_set_mapping(0, 2), 0);
+  EXPECT_EQ(cpd_joystick_unregister(&listener), CPD_JOYSTICK_OK);
+  EXPECT_TRUE(Contains(cpd_joystick_last_error(),
+                       "a layout choice was not stored yet when polling stopped"));
+  EXPECT_EQ(sim_is_initialised(), 0);
+  // Its address is free again: another listener may take it.
+  listener = cpd_joystick_listener{OnOtherData, OnDevListUpdate, OnEvent, &other};
+  EXPECT_EQ(Register(&listener), CPD_JOYSTICK_OK);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+  SetStoreRefusing(false);
+}
+
 }  // namespace
 }  // namespace cpd::test

@@ -60,4 +60,13 @@ TEST_F(ErrorLines, WithoutACaptureArgumentsAreEvaluatedOnce) {
   EXPECT_FALSE(cpd::log::IsCapturingErrorLines());
 }
 
+TEST_F(ErrorLines, WithACaptureArgumentsAreStillEvaluatedOnce) {
+  ErrorLineCapture capture;
+  int evaluations = 0;
+  CPD_LOG_ERROR("count %d", ++evaluations);
+  EXPECT_EQ(evaluations, 1);
+  EXPECT_NE(capture.Text().find("\"count 1\""), std::string::npos);
+  EXPECT_EQ(cpd::test::CapturedLogs().at(0).text + "\n", capture.Text());
+}
+
 }  // namespace
