@@ -1,12 +1,10 @@
 // The device list published to the host, rebuilt from the open controllers.
-#include <iomanip>
 #include <optional>
-#include <sstream>
-#include <vector>
 
 #include "common/event_record.h"
 #include "common/log.h"
 #include "joystick_manager/joystick_manager.h"
+#include "joystick_mapping/device_summary.h"
 
 namespace cpd {
 
@@ -28,10 +26,6 @@ _CpdJoystickDeviceInfo DeviceInfoOf(const JoystickDevice& device) {
   return info;
 }
 
-// One entry per open controller in SDL index order; a pen tablet is a gap (no entry), so its line
-// still comes out in its place.
-using ListedDevices = std::vector<std::optional<_CpdJoystickDeviceInfo>>;
-
 ListedDevices ListDevices(const std::map<int32_t, JoystickDevice>& joysticks) {
   ListedDevices listed;
   listed.reserve(joysticks.size());
@@ -45,26 +39,16 @@ ListedDevices ListDevices(const std::map<int32_t, JoystickDevice>& joysticks) {
   return listed;
 }
 
-// The summary repeats earlier entries: one stream collects every entry and its whole contents
-// are appended after each one. Hosts parse the summary as it has always been, so it stays so,
-// and the stream stays in hexadecimal for the index and layout kind too.
-std::string SummariseAndLog(const ListedDevices& listed) {
-  std::string summary;
-  std::ostringstream stream;
+void LogListed(const ListedDevices& listed) {
   for (const std::optional<_CpdJoystickDeviceInfo>& info : listed) {
     if (!info) {
       CPD_LOG_DEBUG_IN(UPDATE_ORIGIN, "wacom is not joystick");
       continue;
     }
-    stream << "{vid:0x" << std::hex << std::setw(4) << std::setfill('0') << info->vid << " pid:0x"
-           << std::setw(4) << std::setfill('0') << info->pid << " devname:" << info->name
-           << " index:" << info->index << " mappingIndex:" << info->mappingIndex << "};";
-    summary += stream.str();
     CPD_LOG_DEBUG_IN(UPDATE_ORIGIN,
                      "vid[0x%.4x] pid[0x%.4x] devname[%s] index[%d] mappingIndex[%d]", info->vid,
                      info->pid, info->name.c_str(), info->index, info->mappingIndex);
   }
-  return summary;
 }
 
 }  // namespace
@@ -89,7 +73,8 @@ int32_t JoystickManager::UpdateJoystickDevList() {
     }
     newSize = static_cast<int32_t>(mDevList.size());
   }
-  const std::string summary = SummariseAndLog(listed);
+  LogListed(listed);
+  const std::string summary = DevListSummary(listed);
   if (oldSize == newSize && oldSize == 0) {
     return 0;
   }
