@@ -25,7 +25,7 @@ Change ManagerUnregister(CListener* adapter) {
 }
 
 int32_t CodeOf(Change change) {
-  return change == Change::DONE ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
+  return change == Change::REFUSED ? CPD_JOYSTICK_ERROR : CPD_JOYSTICK_OK;
 }
 
 }  // namespace
@@ -95,15 +95,21 @@ int32_t CListenerTable::Register(const cpd_joystick_listener& listener) {
 }
 
 int32_t CListenerTable::Unregister(const cpd_joystick_listener* listener) {
-  std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
-  // An unknown listener goes to the manager as null, which it treats like any pointer it does
-  // not hold: nothing is removed, and polling stops if no listener is left.
-  CListener* adapter = Find(listener);
-  if (ManagerUnregister(adapter) != Change::DONE) {
-    return CPD_JOYSTICK_ERROR;
+  Change change = Change::REFUSED;
+  {
+    std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+    // An unknown listener goes to the manager as null, which it treats like any pointer it does
+    // not hold: nothing is removed, and polling stops if no listener is left.
+    change = ManagerUnregister(Find(listener));
+    if (change == Change::REFUSED) {
+      return CPD_JOYSTICK_ERROR;
+    }
+    std::lock_guard<std::mutex> lock(mAdaptersMutex);
+    mAdapters.erase(listener);
   }
-  std::lock_guard<std::mutex> lock(mAdaptersMutex);
-  mAdapters.erase(listener);
+  if (change == Change::STOPPED) {
+    JoystickManager::WaitForLayoutChoicesStored();
+  }
   return CPD_JOYSTICK_OK;
 }
 
@@ -112,7 +118,7 @@ int32_t CListenerTable::RefuseRegister(CListener* adapter) {
 }
 
 int32_t CListenerTable::RefuseUnregister(CListener* adapter) {
-  return CodeOf(ManagerUnregister(adapter));
+  return CodeOf(ManagerUnregister(adapter));  // refused: polling cannot have stopped
 }
 
 }  // namespace cpd::capi

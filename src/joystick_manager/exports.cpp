@@ -16,8 +16,12 @@ int32_t JoysticAPI_RegsisterNotify(CpdJoystickNotify* notify) {
 }
 
 int32_t JoysticAPI_UnregsisterNotify(CpdJoystickNotify* notify) {
-  CallManager(__func__, Change::REFUSED,
-              [&](cpd::JoystickManager& manager) { return manager.UnregsisterNotify(notify); });
+  const Change change = CallManager(__func__, Change::REFUSED, [&](cpd::JoystickManager& manager) {
+    return manager.UnregsisterNotify(notify);
+  });
+  if (change == Change::STOPPED) {
+    cpd::JoystickManager::WaitForLayoutChoicesStored();
+  }
   return 0;
 }
 

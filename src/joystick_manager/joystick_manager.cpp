@@ -264,20 +264,23 @@ JoystickManager::ListenerChange JoystickManager::UnregsisterNotify(CpdJoystickNo
     return ListenerChange::REFUSED;
   }
   ModuleReference released;  // dropped after the library's locks, since that takes the loader's
-  FlagScope unregistering(tInsideRegistration);
-  std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
-  bool noneLeft = false;
+  bool stopped = false;
   {
-    std::lock_guard<std::mutex> lock(mNotifyMutex);
-    mNotifyList.remove(notify);
-    noneLeft = mNotifyList.empty();
+    FlagScope unregistering(tInsideRegistration);
+    std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
+    bool noneLeft = false;
+    {
+      std::lock_guard<std::mutex> lock(mNotifyMutex);
+      mNotifyList.remove(notify);
+      noneLeft = mNotifyList.empty();
+    }
+    if (noneLeft) {
+      Stop();
+      released = ReleasableModuleHold();
+      stopped = true;
+    }
   }
-  if (noneLeft) {
-    Stop();
-    released = ReleasableModuleHold();
-    WaitForLayoutChoicesStored();
-  }
-  return ListenerChange::DONE;
+  return stopped ? ListenerChange::STOPPED : ListenerChange::DONE;
 }
 
 // A host that exits right after its last unregistration would otherwise lose a layout choice

@@ -53,6 +53,7 @@ class JoystickManager {
   // was, as hosts have always seen; the C interface answers with its own codes from it.
   enum class ListenerChange {
     DONE,     // the listener is registered (or no longer registered), or it already was
+    STOPPED,  // the last listener left and polling stopped: see WaitForLayoutChoicesStored
     REFUSED,  // nothing changed; the error line says why
   };
   ListenerChange RegsisterNotify(CpdJoystickNotify* notify);
@@ -61,6 +62,10 @@ class JoystickManager {
   // callback, on the polling thread, inside another registration): a thread that must not wait
   // for the polling thread.
   static bool RegistrationRefused();
+  // After the unregistration that stopped polling, and outside every lock of the caller's: a
+  // host that exits right after it would otherwise lose a layout choice the store has not taken
+  // yet. Bounded, with an error line when the store has not taken it in time.
+  static void WaitForLayoutChoicesStored();
 
   std::list<_CpdJoystickDeviceInfo> GetDevList();
   std::list<_CpdJoystickMappingInfo> GetMappingList();
@@ -122,7 +127,6 @@ class JoystickManager {
   };
 
   void process();
-  static void WaitForLayoutChoicesStored();
   // Makes sure Teardown runs at unload or exit, before the library's other static objects go.
   static void ArmTeardown();
   void MarkThreadEnded();

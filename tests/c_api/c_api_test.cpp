@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -431,6 +432,43 @@ TEST_F(CInterface, UnregisteringWithAChoiceStillUnstoredRemovesTheListenerAndSay
   EXPECT_EQ(Register(&listener), CPD_JOYSTICK_OK);
   EXPECT_STREQ(cpd_joystick_last_error(), "");
   SetStoreRefusing(false);
+}
+
+// The wait for the store at the last unregistration holds up only that call: another host
+// thread registers meanwhile and its listener is served.
+TEST_F(CInterface, ARegistrationDoesNotWaitForAnUnregistrationWaitingForTheStore) {
+  PlugXbox();
+  const cpd_joystick_listener first = ListenerFor(record);
+  ASSERT_EQ(cpd_joystick_register(&first), CPD_JOYSTICK_OK);
+  ASSERT_TRUE(record.WaitFor([&] { return record.devListUpdates >= 1; }));
+  // The store takes its time over the write, so the unregistration waits for it.
+  std::mutex gateMutex;
+  std::condition_variable gateChanged;
+  bool gateOpen = false;
+  SetStoreCallHook([&](const std::string& operation) {
+    if (operation == "SetSecure") {
+      std::unique_lock<std::mutex> lock(gateMutex);
+      gateChanged.wait_for(lock, 10s, [&] { return gateOpen; });
+    }
+  });
+  ASSERT_EQ(cpd_joystick_set_mapping(0, 2), 0);
+  std::atomic<bool> unregistered{false};
+  std::thread leaving([&] {
+    EXPECT_EQ(cpd_joystick_unregister(&first), CPD_JOYSTICK_OK);
+    unregistered = true;
+  });
+  ASSERT_TRUE(WaitForLogBody(DebugBody("end")));  // polling stopped: now it waits for the store
+  const cpd_joystick_listener second = ListenerFor(other);
+  EXPECT_EQ(Register(&second), CPD_JOYSTICK_OK);
+  EXPECT_FALSE(unregistered.load());
+  {
+    std::lock_guard<std::mutex> lock(gateMutex);
+    gateOpen = true;
+  }
+  gateChanged.notify_all();
+  leaving.join();
+  EXPECT_TRUE(other.WaitFor([&] { return !other.packets.empty(); }));
+  SetStoreCallHook({});
 }
 
 }  // namespace
