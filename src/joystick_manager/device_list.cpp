@@ -64,14 +64,10 @@ int32_t JoystickManager::UpdateJoystickDevList() {
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     listed = ListDevices(Joysticks);
-    oldSize = static_cast<int32_t>(mDevList.size());
-    mDevList.clear();
-    for (const std::optional<_CpdJoystickDeviceInfo>& info : listed) {
-      if (info) {
-        mDevList.push_back(*info);
-      }
-    }
-    newSize = static_cast<int32_t>(mDevList.size());
+    oldSize = static_cast<int32_t>(mDevList->size());
+    PublishDevList();
+    mRunListed = true;
+    newSize = static_cast<int32_t>(mDevList->size());
   }
   LogListed(listed);
   const std::string summary = DevListSummary(listed);
@@ -85,9 +81,23 @@ int32_t JoystickManager::UpdateJoystickDevList() {
   return 0;
 }
 
+void JoystickManager::PublishDevList() {
+  auto published = std::make_shared<std::list<_CpdJoystickDeviceInfo>>();
+  for (const std::optional<_CpdJoystickDeviceInfo>& info : ListDevices(Joysticks)) {
+    if (info) {
+      published->push_back(*info);
+    }
+  }
+  mDevList = std::move(published);
+}
+
 std::list<_CpdJoystickDeviceInfo> JoystickManager::GetDevList() {
-  std::lock_guard<std::mutex> lock(mStateMutex);
-  return mDevList;
+  std::shared_ptr<const std::list<_CpdJoystickDeviceInfo>> published;
+  {
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    published = mDevList;
+  }
+  return *published;
 }
 
 }  // namespace cpd

@@ -166,6 +166,8 @@ class JoystickManager {
   void LogState(const PollSnapshot& snapshot, const XboxGamepad& gamepad, PollRun& run);
   void CloseJoysticks();
   int32_t UpdateJoystickDevList();
+  // Builds the device list from the records and swaps it in; mStateMutex is held.
+  void PublishDevList();
   void BuildMappingList();
 
   // A copy of the controller record that holds slot `index`, taken in one locked section.
@@ -186,7 +188,13 @@ class JoystickManager {
   std::list<_CpdJoystickMappingInfo> mMappingList;
   // SDL device index to the controller opened at it, for the current polling run.
   std::map<int32_t, JoystickDevice> Joysticks;
-  std::list<_CpdJoystickDeviceInfo> mDevList;
+  // The device list hosts read: built whole from the records by PublishDevList and swapped in,
+  // never edited; a reader copies it outside the lock. Guarded by mStateMutex, like the flag
+  // that says whether it was built from this run's records yet (a layout change during the open
+  // pass shows when the run publishes its list).
+  std::shared_ptr<const std::list<_CpdJoystickDeviceInfo>> mDevList =
+      std::make_shared<const std::list<_CpdJoystickDeviceInfo>>();
+  bool mRunListed = false;
 
   // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.
   std::atomic<uint16_t> mPollIntervalMs;

@@ -81,10 +81,8 @@ bool JoystickManager::InstallMapping(uint16_t index, const JoystickDevice& chang
     }
     device.mapping = changed.mapping;
     ++mMappingVersion;
-    for (_CpdJoystickDeviceInfo& info : mDevList) {
-      if (info.index == index) {
-        info.mappingIndex = changed.mapping.mappingIndex;
-      }
+    if (mRunListed) {
+      PublishDevList();
     }
     return true;
   }

@@ -81,6 +81,7 @@ void JoystickManager::RunPollingPass() {
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     Joysticks.clear();
+    mRunListed = false;
   }
   SDL_SetHint(SDL_HINT_JOYSTICK_THREAD, "1");
   if (InitJoystickInput() == 0) {

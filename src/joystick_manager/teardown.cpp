@@ -138,7 +138,7 @@ void JoystickManager::ReleaseState() {
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     Joysticks.clear();
-    mDevList.clear();
+    mDevList = std::make_shared<const std::list<_CpdJoystickDeviceInfo>>();
     mMappingList.clear();
   }
   mSlotPaths.clear();  // only the polling thread uses it, and none runs any more
