@@ -159,4 +159,42 @@ TEST_F(ListenerFanout, RegistrationWaitsForARunningCallback) {
   EXPECT_TRUE(registered.load());
 }
 
+// Once its unregistration has returned, a listener is never called again, so the host may free
+// it: the unregistration waits for the callback that is running.
+TEST_F(ListenerFanout, UnregistrationReturnsOnlyAfterItsListenersRunningCallback) {
+  JoysticAPI_RegsisterNotify(&first);
+  JoysticAPI_RegsisterNotify(&second);
+  std::atomic<bool> inCallback{false};
+  std::atomic<bool> release{false};
+  first.onCallback = [&] {
+    inCallback = true;
+    while (!release) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  };
+  std::thread fanout([&] {
+    const JoystickDataPacket packet = SamplePacket();
+    JoystickManager::GetInstance()->NotifyData(&packet, 17);
+  });
+  while (!inCallback) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  std::atomic<bool> unregistered{false};
+  std::thread leaving([&] {
+    JoysticAPI_UnregsisterNotify(&first);
+    unregistered = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(unregistered.load());
+  release = true;
+  fanout.join();
+  leaving.join();
+  first.onCallback = nullptr;
+  const size_t firstCalls = first.PacketCount();
+  const JoystickDataPacket packet = SamplePacket();
+  JoystickManager::GetInstance()->NotifyData(&packet, 17);
+  EXPECT_EQ(first.PacketCount(), firstCalls);
+  EXPECT_EQ(second.PacketCount(), 2U);
+}
+
 }  // namespace
