@@ -1,6 +1,5 @@
 #include "joystick_manager/joystick_manager.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -19,10 +18,6 @@ std::mutex gInstanceMutex;
 
 constexpr std::chrono::milliseconds STORE_WAIT_AT_STOP{2000};
 
-// True while this thread runs a listener callback. A listener that registers or unregisters from
-// there would wait for the very lock its caller holds, or join its own thread; such calls are
-// refused instead.
-thread_local bool tInsideListenerCall = false;
 // True on the polling thread. A registration made there from anywhere else (the host's log sink,
 // its secure store) would join the thread that makes it.
 thread_local bool tOnPollingThread = false;
@@ -44,7 +39,7 @@ class FlagScope {
 
 // Why a registration call made now must be refused, or null when it may go ahead.
 const char* RegistrationRefusal() {
-  if (tInsideListenerCall) {
+  if (ListenerRegistry::InsideCallback()) {
     return "from inside a callback";
   }
   if (tOnPollingThread) {
@@ -240,12 +235,7 @@ JoystickManager::ListenerChange JoystickManager::RegsisterNotify(CpdJoystickNoti
     CPD_LOG_ERROR("%p refused: the library is being unloaded", static_cast<void*>(notify));
     return ListenerChange::REFUSED;
   }
-  {
-    std::lock_guard<std::mutex> lock(mNotifyMutex);
-    if (std::find(mNotifyList.begin(), mNotifyList.end(), notify) == mNotifyList.end()) {
-      mNotifyList.push_back(notify);
-    }
-  }
+  mListeners.Add(notify);
   if (mThread) {
     return ListenerChange::DONE;
   }
@@ -268,13 +258,7 @@ JoystickManager::ListenerChange JoystickManager::UnregsisterNotify(CpdJoystickNo
   {
     FlagScope unregistering(tInsideRegistration);
     std::lock_guard<std::mutex> lifecycle(mLifecycleMutex);
-    bool noneLeft = false;
-    {
-      std::lock_guard<std::mutex> lock(mNotifyMutex);
-      mNotifyList.remove(notify);
-      noneLeft = mNotifyList.empty();
-    }
-    if (noneLeft) {
+    if (mListeners.Remove(notify)) {
       Stop();
       released = ReleasableModuleHold();
       stopped = true;
@@ -320,31 +304,16 @@ int32_t JoystickManager::Calibration(uint16_t /*index*/) {
   return 0;
 }
 
-template <typename Call>
-void JoystickManager::ForEachListener(Call call) {
-  std::lock_guard<std::mutex> lock(mNotifyMutex);
-  FlagScope inside(tInsideListenerCall);
-  for (CpdJoystickNotify* listener : mNotifyList) {
-    try {
-      call(*listener);
-    } catch (const std::exception& error) {
-      CPD_LOG_ERROR("listener %p threw: %s", static_cast<void*>(listener), error.what());
-    } catch (...) {
-      CPD_LOG_ERROR("listener %p threw a non-standard exception", static_cast<void*>(listener));
-    }
-  }
-}
-
 void JoystickManager::NotifyData(const JoystickDataPacket* data, int32_t length) {
-  ForEachListener([&](CpdJoystickNotify& listener) { listener.OnJoystickData(data, length); });
+  mListeners.NotifyData(data, length);
 }
 
-void JoystickManager::NotifyEvent(std::string event, const EventRecord& record) {
-  ForEachListener([&](CpdJoystickNotify& listener) { listener.OnJoystickEvent(event, record); });
+void JoystickManager::NotifyEvent(const std::string& event, const EventRecord& record) {
+  mListeners.NotifyEvent(event, record);
 }
 
 void JoystickManager::NotifyDevListUpdate() {
-  ForEachListener([](CpdJoystickNotify& listener) { listener.OnDevListUpdate(); });
+  mListeners.NotifyDevListUpdate();
 }
 
 void JoystickManager::WaitForWake(std::chrono::milliseconds timeout) {

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "cpd_joystick/joystick_api.h"
+#include "joystick_manager/listener_registry.h"
 #include "joystick_manager/module_lifetime.h"
 #include "joystick_mapping/joystick_device.h"
 #include "joystick_mapping/joystick_list.h"
@@ -74,9 +75,9 @@ class JoystickManager {
   // 0, or -1 with an error line for a value outside 1..30 or a call from inside a listener.
   int32_t SetPollInterval(uint16_t milliseconds);
 
-  // Fan-out to every listener in registration order, under the listener lock.
+  // Fan-out to every listener in registration order (ListenerRegistry).
   void NotifyData(const JoystickDataPacket* data, int32_t length);
-  void NotifyEvent(std::string event, const EventRecord& record);
+  void NotifyEvent(const std::string& event, const EventRecord& record);
   void NotifyDevListUpdate();
 
   JoystickManager(const JoystickManager&) = delete;
@@ -85,11 +86,6 @@ class JoystickManager {
  private:
   JoystickManager();
   ~JoystickManager() = default;
-
-  // Runs `call` on every listener, with the listener lock held and this thread marked as being
-  // inside a callback. A listener that throws is logged and skipped.
-  template <typename Call>
-  void ForEachListener(Call call);
 
   // Waits up to `timeout` on the wake condition; returns early once a stop is requested.
   void WaitForWake(std::chrono::milliseconds timeout);
@@ -183,8 +179,7 @@ class JoystickManager {
   std::unique_ptr<std::thread> mThread;
   std::atomic<bool> mStop{true};
   std::atomic<bool> mPolling{false};
-  std::mutex mNotifyMutex;
-  std::list<CpdJoystickNotify*> mNotifyList;
+  ListenerRegistry mListeners;
   std::list<_CpdJoystickMappingInfo> mMappingList;
   // SDL device index to the controller opened at it, for the current polling run.
   std::map<int32_t, JoystickDevice> Joysticks;
@@ -205,7 +200,8 @@ class JoystickManager {
   uint64_t mMappingVersion = 1;
 
   // Serialises register/unregister against each other, so that "polling runs" and "a listener
-  // is registered" always change together. Taken before mNotifyMutex, never by the polling thread.
+  // is registered" always change together. Taken before the listener lock, never by the polling
+  // thread.
   std::mutex mLifecycleMutex;
   // Guards the device list and the layout catalogue. Never held during a listener call, an SDL
   // wait, or together with another lock.

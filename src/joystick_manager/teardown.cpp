@@ -131,10 +131,7 @@ void JoystickManager::Teardown() {
 }
 
 void JoystickManager::ReleaseState() {
-  {
-    std::lock_guard<std::mutex> lock(mNotifyMutex);
-    mNotifyList.clear();
-  }
+  mListeners.Clear();
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     Joysticks.clear();

@@ -33,7 +33,9 @@ struct RawInputs {
     int32_t count = 0;
 
     int32_t At(int32_t number) const {
-      return number >= 0 && number < count ? values[static_cast<size_t>(number)] : 0;
+      return number >= 0 && number < count && number < RAW_INPUT_CAPACITY
+                 ? values[static_cast<size_t>(number)]
+                 : 0;
     }
   };
   Kind axes;     // -32768 .. 32767
