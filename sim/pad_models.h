@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 namespace sim {
 
@@ -35,5 +36,15 @@ inline constexpr PadModel PEN_TABLET{"pen-tablet", "pen tablet", "Wacom Intuos P
 inline constexpr std::array<PadModel, 7> PAD_CATALOGUE = {
     XBOX_PAD, DUALSENSE_PAD, SWITCH_PAD, MOBAPAD_PAD, RUMBLEPAD_PAD, GENERIC_PAD, PEN_TABLET,
 };
+
+// The model whose key is `key`; null when none has it.
+constexpr const PadModel* FindPadModel(std::string_view key) {
+  for (const PadModel& model : PAD_CATALOGUE) {
+    if (key == model.key) {
+      return &model;
+    }
+  }
+  return nullptr;
+}
 
 }  // namespace sim

@@ -58,8 +58,8 @@ bool LoadApi(SimulatorApi& api) {
     return false;
   }
   const bool found =
-      Find(library, "sim_plug", api.plug) && Find(library, "sim_unplug", api.unplug) &&
-      Find(library, "sim_set_axis", api.setAxis) &&
+      Find(library, "sim_plug_model", api.plugModel) && Find(library, "sim_unplug", api.unplug) &&
+      Find(library, "sim_replug", api.replug) && Find(library, "sim_set_axis", api.setAxis) &&
       Find(library, "sim_set_button", api.setButton) && Find(library, "sim_set_hat", api.setHat) &&
       Find(library, "sim_set_journal_enabled", api.setJournalEnabled);
   // The program keeps its link to the library; only this lookup's reference goes.

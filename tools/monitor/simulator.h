@@ -6,20 +6,21 @@
 // without --simulate the system's SDL2 serves the library.
 #pragma once
 
-#include <cstdint>
 #include <string>
+
+#include "sdl_sim.h"
 
 namespace monitor {
 
-// The simulator's script functions (see sim/sdl_sim.h).
+// The simulator's script functions the monitor uses, as sdl_sim.h declares them.
 struct SimulatorApi {
-  int (*plug)(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
-              int hats) = nullptr;
-  void (*unplug)(int id) = nullptr;
-  void (*setAxis)(int id, int axis, int16_t value) = nullptr;
-  void (*setButton)(int id, int button, uint8_t pressed) = nullptr;
-  void (*setHat)(int id, int hat, uint8_t bits) = nullptr;
-  void (*setJournalEnabled)(int enabled) = nullptr;
+  decltype(&sim_plug_model) plugModel = nullptr;
+  decltype(&sim_unplug) unplug = nullptr;
+  decltype(&sim_replug) replug = nullptr;
+  decltype(&sim_set_axis) setAxis = nullptr;
+  decltype(&sim_set_button) setButton = nullptr;
+  decltype(&sim_set_hat) setHat = nullptr;
+  decltype(&sim_set_journal_enabled) setJournalEnabled = nullptr;
 };
 
 // Makes this process run on the simulator and fills `api`. When the simulator is not loaded
