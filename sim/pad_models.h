@@ -12,7 +12,7 @@
 namespace sim {
 
 struct PadModel {
-  const char* key;    // what the monitor's options and scenario files call it
+  const char* key;    // what sim_plug_model, the monitor's options and scenario files call it
   const char* label;  // what the monitor's plug menu shows
   const char* name;   // what SDL reports
   uint16_t vid;
