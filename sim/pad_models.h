@@ -7,11 +7,12 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 namespace sim {
 
 struct PadModel {
-  const char* key;    // what the monitor's options and scenario files call it
+  const char* key;    // what sim_plug_model, the monitor's options and scenario files call it
   const char* label;  // what the monitor's plug menu shows
   const char* name;   // what SDL reports
   uint16_t vid;
@@ -35,5 +36,15 @@ inline constexpr PadModel PEN_TABLET{"pen-tablet", "pen tablet", "Wacom Intuos P
 inline constexpr std::array<PadModel, 7> PAD_CATALOGUE = {
     XBOX_PAD, DUALSENSE_PAD, SWITCH_PAD, MOBAPAD_PAD, RUMBLEPAD_PAD, GENERIC_PAD, PEN_TABLET,
 };
+
+// The model whose key is `key`; null when none has it.
+constexpr const PadModel* FindPadModel(std::string_view key) {
+  for (const PadModel& model : PAD_CATALOGUE) {
+    if (key == model.key) {
+      return &model;
+    }
+  }
+  return nullptr;
+}
 
 }  // namespace sim

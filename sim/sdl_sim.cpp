@@ -2,6 +2,8 @@
 // update hook runs with it released so that it can script values.
 #include "sdl_sim.h"
 
+#include "pad_models.h"
+
 #include <SDL.h>
 #include <pthread.h>
 
@@ -170,14 +172,9 @@ size_t CountOf(int count) {
   return count > 0 ? static_cast<size_t>(count) : 0;
 }
 
-}  // namespace
-
-// ---- script side ----------------------------------------------------------------------------
-
-extern "C" {
-
-int sim_plug(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
-             int hats) {
+// A controller as it is when plugged: every input at rest.
+std::unique_ptr<Device> NewDevice(const char* name, const char* path, uint16_t vid, uint16_t pid,
+                                  int axes, int buttons, int hats) {
   auto device = std::make_unique<Device>();
   device->hasName = name != nullptr;
   device->hasPath = path != nullptr;
@@ -191,10 +188,48 @@ int sim_plug(const char* name, const char* path, uint16_t vid, uint16_t pid, int
   device->pending = Inputs{std::vector<Sint16>(CountOf(axes)), std::vector<Uint8>(CountOf(buttons)),
                            std::vector<Uint8>(CountOf(hats))};
   device->published = device->pending;
-  std::lock_guard<std::mutex> lock(Sim().mutex);
+  return device;
+}
+
+// Gives the device the next id and plugs it; the caller holds the lock.
+int Add(std::unique_ptr<Device> device) {
   device->id = static_cast<int>(Sim().devices.size());
   Sim().devices.push_back(std::move(device));
   return Sim().devices.back()->id;
+}
+
+}  // namespace
+
+// ---- script side ----------------------------------------------------------------------------
+
+extern "C" {
+
+int sim_plug(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
+             int hats) {
+  auto device = NewDevice(name, path, vid, pid, axes, buttons, hats);
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  return Add(std::move(device));
+}
+
+int sim_plug_model(const char* key, const char* path) {
+  const sim::PadModel* model = key != nullptr ? sim::FindPadModel(key) : nullptr;
+  if (model == nullptr) {
+    return -1;
+  }
+  return sim_plug(model->name, path, model->vid, model->pid, model->axes, model->buttons,
+                  model->hats);
+}
+
+int sim_replug(int id) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  Device* device = DeviceById(id);
+  if (device == nullptr || !device->plugged) {
+    return -1;
+  }
+  device->plugged = false;
+  return Add(NewDevice(device->hasName ? device->name.c_str() : nullptr,
+                       device->hasPath ? device->path.c_str() : nullptr, device->vid, device->pid,
+                       device->numAxes, device->numButtons, device->numHats));
 }
 
 void sim_unplug(int id) {

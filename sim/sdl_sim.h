@@ -24,9 +24,16 @@ extern "C" {
  * the counts give 0. The controller takes the next SDL device index after those plugged before. */
 int sim_plug(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
              int hats);
+/* Plugs the controller of the catalogue (pad_models.h) whose key is `key`, at `path`; -1 when
+ * no model has that key. */
+int sim_plug_model(const char* key, const char* path);
 /* Unplugs it: the count drops, later device indexes move down by one, and an open handle
  * reports itself detached and reads 0. */
 void sim_unplug(int id);
+/* Pulls a plugged controller out and puts the same one back at once, as a loose cable does: the
+ * count never drops, an open handle reports itself detached, and the controller comes back last
+ * in plug order with every input at rest. Returns its new id; -1 when `id` is not plugged. */
+int sim_replug(int id);
 /* 1 while plugged. */
 int sim_is_plugged(int id);
 

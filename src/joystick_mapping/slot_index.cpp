@@ -4,9 +4,9 @@
 
 namespace cpd {
 
-// `list` and `path` are taken by value, as this function has always been declared: callers hand
-// over copies of their enumeration and of the device's path, and the signature is kept so that
-// they keep building unchanged.
+// `list` and `path` are values: the open pass gives the lookup its own snapshot of the
+// enumeration it is walking and of the device's path, and the slot table keeps a copy of the
+// path anyway, so nothing here refers back to the caller's objects.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t UpdateJoyStickIndex(std::map<int32_t, std::string>& slotPaths, JoystickList list,
                             std::string path) {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "joystick_mapping/control_text.h"
+#include "control_text.h"
 
 namespace {
 

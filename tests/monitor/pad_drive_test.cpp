@@ -150,7 +150,7 @@ TEST(LayoutWiring, TheWellKnownPadsHaveEveryInputTheirLayoutReads) {
                                                               {"mobapad", ANDROID},
                                                               {"rumblepad", LOGIC}};
   for (const auto& [key, layout] : pads) {
-    const PadModel* model = FindPad(key);
+    const PadModel* model = sim::FindPadModel(key);
     ASSERT_NE(model, nullptr) << key;
     const PadShape shape{model->axes, model->buttons, model->hats};
     for (size_t control = 0; control < CONTROL_COUNT; ++control) {
@@ -178,9 +178,7 @@ TEST(LayoutWiring, SticksComeFromTheLibrarysTableAndMoveBeforeALayoutIsKnown) {
 TEST(PadCatalogue, PathsAreReusedOncePadsLeave) {
   EXPECT_EQ(FreeDevicePath({}), "/dev/input/event20");
   EXPECT_EQ(FreeDevicePath({"/dev/input/event20", "/dev/input/event22"}), "/dev/input/event21");
-  EXPECT_EQ(FindPad("pen-tablet")->vid, 0x056a);
-  EXPECT_EQ(FindPad("nothing"), nullptr);
-  EXPECT_EQ(PadCatalogue().size(), 7U);
+  EXPECT_EQ(PadKeys(), "xbox, dualsense, switch-pro, mobapad, rumblepad, generic, pen-tablet");
 }
 
 TEST(LogText, KeepsTheFileNameAndOneLine) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "pad_models.h"
 #include "sdl_sim.h"
 
 namespace {
@@ -154,6 +155,40 @@ TEST_F(Simulator, QuitClosesWhatIsStillOpen) {
   SDL_Quit();
   EXPECT_EQ(sim_open_handles(), 0);
   EXPECT_EQ(sim_is_initialised(), 0);
+}
+
+TEST_F(Simulator, ACatalogueModelIsPluggedByItsKey) {
+  ASSERT_GE(sim_plug_model("dualsense", "/dev/input/event21"), 0);
+  EXPECT_EQ(sim_plug_model("no-such-pad", "/dev/input/event22"), -1);
+  EXPECT_EQ(sim_plug_model(nullptr, "/dev/input/event22"), -1);
+  EXPECT_EQ(SDL_NumJoysticks(), 1);
+  SDL_Joystick* joystick = SDL_JoystickOpen(0);
+  EXPECT_STREQ(SDL_JoystickName(joystick), "DualSense Wireless Controller");
+  EXPECT_STREQ(SDL_JoystickPath(joystick), "/dev/input/event21");
+  EXPECT_EQ(SDL_JoystickGetVendor(joystick), 0x054c);
+  EXPECT_EQ(SDL_JoystickNumButtons(joystick), 15);
+  SDL_JoystickClose(joystick);
+  EXPECT_EQ(sim::FindPadModel("pen-tablet")->vid, 0x056a);
+  EXPECT_EQ(sim::FindPadModel("nothing"), nullptr);
+}
+
+TEST_F(Simulator, AReplugKeepsTheCountButDetachesTheOldHandle) {
+  const int first = sim_plug("Pad A", "/dev/input/event20", 1, 2, 2, 1, 0);
+  sim_plug("Pad B", "/dev/input/event21", 3, 4, 2, 1, 0);
+  SDL_Joystick* joystick = SDL_JoystickOpen(0);
+  sim_set_button(first, 0, 1);
+  SDL_JoystickUpdate();
+  const int again = sim_replug(first);
+  EXPECT_NE(again, first);
+  EXPECT_EQ(SDL_JoystickGetAttached(joystick), SDL_FALSE);
+  EXPECT_EQ(SDL_NumJoysticks(), 2);
+  EXPECT_STREQ(SDL_JoystickPathForIndex(1), "/dev/input/event20");
+  SDL_Joystick* back = SDL_JoystickOpen(1);
+  EXPECT_STREQ(SDL_JoystickName(back), "Pad A");
+  EXPECT_EQ(SDL_JoystickGetButton(back, 0), 0);
+  EXPECT_EQ(sim_replug(first), -1);
+  SDL_JoystickClose(back);
+  SDL_JoystickClose(joystick);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Bytes as lower-case hexadecimal, for packets in test messages, benches and the monitor.
+// Bytes as lower-case hexadecimal, for packets in test messages and benches.
 #pragma once
 
 #include <cstddef>

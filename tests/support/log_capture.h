@@ -1,6 +1,6 @@
-// The one capturing log sink of tests, benches and tools: it defines quvaniLogPrint, so whoever
-// links it receives the library's lines. By default every line is kept; a bench measuring the
-// library switches to counting only, and a tool that shows lines elsewhere hands them on.
+// The one capturing log sink of tests and benches: it defines quvaniLogPrint, so whoever links
+// it receives the library's lines. By default every line is kept; a bench measuring the library
+// switches to counting only, and a test that watches lines as they come hands them on.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// printf-style formatting into a string, for the log sinks of tests, benches and tools.
+// printf-style formatting into a string, for the log sinks of tests and benches.
 #pragma once
 
 #include <cstdarg>

@@ -1,4 +1,4 @@
-// The one in-memory secure store of tests, benches and tools: it defines sd::SDConfig's members,
+// The one in-memory secure store of tests and benches: it defines sd::SDConfig's members,
 // keeps values in memory (so no user's store file is touched), can be made absent, refusing or
 // throwing, and records every call with its thread.
 #pragma once

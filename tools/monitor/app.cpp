@@ -98,13 +98,13 @@ void App::SetLayout(uint16_t layout) {
 }
 
 void App::Plug(size_t entry) {
-  const std::vector<PadModel>& catalogue = PadCatalogue();
-  if (!NeedsSimulator() || entry >= catalogue.size()) {
+  if (!NeedsSimulator() || entry >= sim::PAD_CATALOGUE.size()) {
     return;
   }
-  const std::string path = mSession.Pads()->Plug(catalogue[entry], "");
-  Note("plugged a " + std::string(catalogue[entry].label) + " at " + path);
-  Say("plugged a " + std::string(catalogue[entry].label) + " at " + path +
+  const PadModel& model = sim::PAD_CATALOGUE[entry];
+  const std::string path = mSession.Pads()->Plug(model, "");
+  Note("plugged a " + std::string(model.label) + " at " + path);
+  Say("plugged a " + std::string(model.label) + " at " + path +
       "; the library opens it in about a second");
 }
 

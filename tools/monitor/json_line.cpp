@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "hex_dump.h"
+#include "hex_text.h"
 #include "view.h"
 
 namespace monitor {
@@ -52,7 +52,7 @@ Json::Value DeviceJson(const _CpdJoystickDeviceInfo& device,
 }  // namespace
 
 std::string PacketHex(const JoystickDataPacket& packet) {
-  return cpd::test::HexBytes(&packet, sizeof packet);
+  return HexBytes(&packet, sizeof packet);
 }
 
 std::string PacketLine(int64_t t, const JoystickDataPacket& packet) {

@@ -1,6 +1,6 @@
-// The monitor is the library's log sink: it links the shared capturing sink (which defines
-// quvaniLogPrint), so the library's lines come here instead of to the default sink, and go
-// wherever the running mode wants them.
+// The monitor is the library's log sink: it defines quvaniLogPrint itself, as a client does, so
+// the library's lines come here instead of to the default sink, and go wherever the running mode
+// wants them.
 #pragma once
 
 #include <functional>

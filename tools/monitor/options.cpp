@@ -20,8 +20,9 @@ constexpr unsigned LARGEST_EVERY = 1000000;
 // Validators without a description, so that the help shows only the value's type name.
 CLI::Validator PadKeyValidator() {
   return {[](std::string& key) -> std::string {
-            return FindPad(key) != nullptr ? ""
-                                           : "unknown pad '" + key + "' (pads: " + PadKeys() + ")";
+            return sim::FindPadModel(key) != nullptr
+                       ? ""
+                       : "unknown pad '" + key + "' (pads: " + PadKeys() + ")";
           },
           ""};
 }
@@ -91,7 +92,9 @@ uint16_t PollIntervalOf(const Options& options) {
   if (options.pollMs != 0) {
     return options.pollMs;
   }
-  // Shown as the library reads it: a value it would refuse leaves the default.
+  // Shown as the library reads it: a value it would refuse leaves the default. The monitor
+  // changes its environment only before its first thread starts.
+  // NOLINTNEXTLINE(concurrency-mt-unsafe)
   if (const char* text = std::getenv("CPD_JOYSTICK_POLL_MS")) {
     char* end = nullptr;
     const long value = std::strtol(text, &end, 10);

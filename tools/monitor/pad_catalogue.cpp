@@ -10,22 +10,9 @@ constexpr int FIRST_EVENT_NUMBER = 20;
 
 }  // namespace
 
-const std::vector<PadModel>& PadCatalogue() {
-  static const std::vector<PadModel> catalogue(sim::PAD_CATALOGUE.begin(),
-                                               sim::PAD_CATALOGUE.end());
-  return catalogue;
-}
-
-const PadModel* FindPad(const std::string& key) {
-  const std::vector<PadModel>& catalogue = PadCatalogue();
-  const auto found = std::find_if(catalogue.begin(), catalogue.end(),
-                                  [&](const PadModel& model) { return key == model.key; });
-  return found != catalogue.end() ? &*found : nullptr;
-}
-
 std::string PadKeys() {
   std::string keys;
-  for (const PadModel& model : PadCatalogue()) {
+  for (const PadModel& model : sim::PAD_CATALOGUE) {
     keys += keys.empty() ? "" : ", ";
     keys += model.key;
   }

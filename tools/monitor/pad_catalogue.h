@@ -1,4 +1,5 @@
-// The controllers the simulated mode can plug: the simulator's own catalogue.
+// What the simulated mode says about the simulator's catalogue of pads (pad_models.h) and where
+// it plugs them.
 #pragma once
 
 #include <string>
@@ -9,11 +10,6 @@
 namespace monitor {
 
 using sim::PadModel;
-
-const std::vector<PadModel>& PadCatalogue();
-
-// Null when no model has this key.
-const PadModel* FindPad(const std::string& key);
 
 // "xbox, dualsense, ..." for messages.
 std::string PadKeys();

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "hex_dump.h"
+#include "hex_text.h"
 #include "layout_wiring.h"
 
 namespace monitor {
@@ -99,7 +99,7 @@ int StickRow(int16_t y, int height) {
 }
 
 std::string SpacedHex(const JoystickDataPacket& packet) {
-  return cpd::test::HexBytes(&packet, sizeof packet, " ");
+  return HexBytes(&packet, sizeof packet, " ");
 }
 
 void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool live) {

@@ -24,7 +24,7 @@ int StickRow(int16_t y, int height);
 // "00 01 00 ..." the 17 bytes with blanks between.
 std::string SpacedHex(const JoystickDataPacket& packet);
 
-// Draws the pad in PAD_ROWS rows from `top`. `lit` false draws every control released.
+// Draws the pad in PAD_ROWS rows from `top`. `live` false draws every control released.
 void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool live);
 
 }  // namespace monitor

@@ -146,7 +146,7 @@ class StepReader {
 
   void ReadPlug(ScenarioStep& step) const {
     step.model = Text("plug");
-    if (FindPad(step.model) == nullptr) {
+    if (sim::FindPadModel(step.model) == nullptr) {
       throw std::runtime_error("plugs an unknown pad \"" + step.model + "\" (known: " + PadKeys() +
                                ")");
     }

@@ -65,7 +65,7 @@ bool ScenarioPlayer::Run(const ScenarioStep& step) {
   bool done = false;
   switch (step.kind) {
     case StepKind::PLUG:
-      mPads.Plug(*FindPad(step.model), step.path, step.pad);
+      mPads.Plug(*sim::FindPadModel(step.model), step.path, step.pad);
       done = true;
       break;
     case StepKind::UNPLUG:

@@ -195,9 +195,8 @@ void DrawOverlay(Screen& screen, const View& view) {
     }
     DrawBox(screen, "layout for the selected controller", lines);
   } else if (view.mode == Mode::PLUG_MENU) {
-    const std::vector<PadModel>& catalogue = PadCatalogue();
-    for (size_t entry = 0; entry < catalogue.size(); ++entry) {
-      lines.push_back(std::to_string(entry + 1) + "  " + catalogue[entry].label);
+    for (size_t entry = 0; entry < sim::PAD_CATALOGUE.size(); ++entry) {
+      lines.push_back(std::to_string(entry + 1) + "  " + sim::PAD_CATALOGUE[entry].label);
     }
     DrawBox(screen, "plug a simulated pad", lines);
   }

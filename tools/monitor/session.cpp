@@ -36,7 +36,7 @@ void Session::Start() {
   SetLibraryLogHandler([this](int level, const std::string& line) { RouteLog(level, line); });
   if (mPads) {
     for (const std::string& key : mOptions.plug) {
-      mPads->Plug(*FindPad(key), "");
+      mPads->Plug(*sim::FindPadModel(key), "");
     }
   }
   if (mPlayer) {

@@ -23,8 +23,7 @@ std::string SimulatedPads::Plug(const PadModel& model, const std::string& path,
     }
     chosen = FreeDevicePath(taken);
   }
-  const int id = mApi.plug(model.name, chosen.c_str(), model.vid, model.pid, model.axes,
-                           model.buttons, model.hats);
+  const int id = mApi.plugModel(model.key, chosen.c_str());
   mPads.push_back({id, &model, chosen, name, DriveState{}});
   return chosen;
 }
@@ -58,10 +57,7 @@ bool SimulatedPads::Replug(const std::string& path) {
   if (pad == nullptr) {
     return false;
   }
-  const PadModel& model = *pad->model;
-  mApi.unplug(pad->id);
-  pad->id = mApi.plug(model.name, path.c_str(), model.vid, model.pid, model.axes, model.buttons,
-                      model.hats);
+  pad->id = mApi.replug(pad->id);
   pad->drive = DriveState{};
   return true;
 }

@@ -1,6 +1,5 @@
 #include "simulator.h"
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -45,28 +44,6 @@ std::string SimulatorFolder() {
   return built.string();
 }
 
-template <typename Function>
-bool Find(void* library, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(dlsym(library, name));  // NOLINT: dlsym's only way
-  return function != nullptr;
-}
-
-// True when the loaded libSDL2-2.0.so.0 is the simulator.
-bool LoadApi(SimulatorApi& api) {
-  void* library = dlopen(SDL_SONAME, RTLD_NOW | RTLD_NOLOAD);
-  if (library == nullptr) {
-    return false;
-  }
-  const bool found =
-      Find(library, "sim_plug", api.plug) && Find(library, "sim_unplug", api.unplug) &&
-      Find(library, "sim_set_axis", api.setAxis) &&
-      Find(library, "sim_set_button", api.setButton) && Find(library, "sim_set_hat", api.setHat) &&
-      Find(library, "sim_set_journal_enabled", api.setJournalEnabled);
-  // The program keeps its link to the library; only this lookup's reference goes.
-  dlclose(library);
-  return found;
-}
-
 void Restart(char** argv, const std::string& folder) {
   const char* current = std::getenv("LD_LIBRARY_PATH");  // NOLINT(concurrency-mt-unsafe)
   std::string path = folder;
@@ -82,7 +59,7 @@ void Restart(char** argv, const std::string& folder) {
 
 bool AttachSimulator(char** argv, SimulatorApi& api, std::string& error) {
   const std::string folder = SimulatorFolder();
-  if (LoadApi(api)) {
+  if (sim::FindLoadedScript(api)) {
     unsetenv(RESTARTED_MARK);  // NOLINT(concurrency-mt-unsafe): no threads yet
     api.setJournalEnabled(0);  // a long interactive run would only grow the journal
     return true;

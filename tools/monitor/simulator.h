@@ -1,26 +1,18 @@
 // The simulated mode runs the unchanged library on the SDL2 simulator. The monitor links the
 // library, which links the system's libSDL2-2.0.so.0, so the simulator must be found first when
 // the program is loaded: the monitor starts itself again with the simulator's folder at the
-// head of LD_LIBRARY_PATH, and then reaches the simulator's script functions with dlsym on the
-// libSDL2-2.0.so.0 that was loaded. Nothing of the simulator is linked into the monitor, so
-// without --simulate the system's SDL2 serves the library.
+// head of LD_LIBRARY_PATH, and then looks the simulator's script functions up by name in the
+// libSDL2-2.0.so.0 that was loaded (sdl_sim_loaded.h). Nothing of the simulator is linked into the
+// monitor, so without --simulate the system's SDL2 serves the library.
 #pragma once
 
-#include <cstdint>
 #include <string>
+
+#include "sdl_sim_loaded.h"
 
 namespace monitor {
 
-// The simulator's script functions (see sim/sdl_sim.h).
-struct SimulatorApi {
-  int (*plug)(const char* name, const char* path, uint16_t vid, uint16_t pid, int axes, int buttons,
-              int hats) = nullptr;
-  void (*unplug)(int id) = nullptr;
-  void (*setAxis)(int id, int axis, int16_t value) = nullptr;
-  void (*setButton)(int id, int button, uint8_t pressed) = nullptr;
-  void (*setHat)(int id, int hat, uint8_t bits) = nullptr;
-  void (*setJournalEnabled)(int enabled) = nullptr;
-};
+using SimulatorApi = sim::LoadedScript;
 
 // Makes this process run on the simulator and fills `api`. When the simulator is not loaded
 // yet, the program is started again on it (and this does not return). False with a message

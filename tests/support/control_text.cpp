@@ -1,8 +1,9 @@
-#include "joystick_mapping/control_text.h"
+#include "control_text.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+
+#include "hex_dump.h"
 
 namespace cpd {
 
@@ -37,16 +38,7 @@ std::string InputDisplayName(const std::string& name) {
 }
 
 std::string ToHexString(const std::string& bytes) {
-  static constexpr std::array<char, 16> DIGITS = {'0', '1', '2', '3', '4', '5', '6', '7',
-                                                  '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'};
-  std::string hex;
-  hex.reserve(bytes.size() * 2);
-  for (const char byte : bytes) {
-    const auto value = static_cast<unsigned char>(byte);
-    hex += DIGITS[value >> 4U];
-    hex += DIGITS[value & 0x0FU];
-  }
-  return hex;
+  return test::HexBytes(bytes.data(), bytes.size());
 }
 
 }  // namespace cpd

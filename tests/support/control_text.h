@@ -1,4 +1,5 @@
-// Texts that describe controls to a person, for hosts that show what a controller is doing.
+// Texts that describe controls to a person ("press A Button", "squeeze LEFT TRIGGER"). The
+// library words no control for its hosts, so these texts live beside the tests, not in it.
 #pragma once
 
 #include <string>
