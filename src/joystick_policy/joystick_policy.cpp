@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "common/log.h"
-#include "cpd_joystick/sd_config.h"
 #include "joystick_manager/module_lifetime.h"
 #include "joystick_policy/policy_document.h"
+#include "joystick_policy/store_calls.h"
 #include "joystick_policy/store_update_lock.h"
 
 namespace cpd {
@@ -18,60 +18,8 @@ namespace cpd {
 namespace {
 
 constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
-
-// The stored document, or the empty text (no policy) when the store is missing or fails.
-std::string ReadStoredPolicy() {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, starting with an empty policy\n");
-      return "";
-    }
-    return store->GetSecure(policy::POLICY_STORE_KEY);
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("reading the policy failed: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("reading the policy failed\n");
-  }
-  return "";
-}
-
-// The document as the store holds it now: another process may have stored a choice since this
-// one loaded it. False when the store cannot be read; the change then stays pending rather than
-// overwrite what could not be seen.
-bool ReadStoredPolicyBack(std::string& text) {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
-      return false;
-    }
-    text = store->GetSecure(policy::POLICY_STORE_KEY);
-    return true;
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("reading the policy back failed, change kept pending: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("reading the policy back failed, change kept pending\n");
-  }
-  return false;
-}
-
-// True when the store took the text. A missing or failing store leaves the change pending.
-bool WriteStoredPolicy(const std::string& text) {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
-      return false;
-    }
-    return store->SetSecure(policy::POLICY_STORE_KEY, text);
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("writing the policy failed, change kept pending: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("writing the policy failed, change kept pending\n");
-  }
-  return false;
-}
+// The watcher's lines carry the name of its thread function, which they have always shown.
+constexpr const char* WATCHER = "handlePolicyChangeThread";
 
 // The change stays pending and the next pass tries again. If the log itself is what failed,
 // there is nowhere left to report to.
@@ -109,7 +57,8 @@ JoystickPolicy::~JoystickPolicy() {
 }
 
 int32_t JoystickPolicy::Init() {
-  std::string stored = ReadStoredPolicy();
+  policy::StoreLines lines;
+  std::string stored = policy::ReadStoredPolicy(lines);
   CPD_LOG_DEBUG("mPolicyStr: %s", stored.c_str());
   std::string failure;
   if (!StartWatcher(std::move(stored), failure)) {
@@ -266,22 +215,39 @@ void JoystickPolicy::handlePolicyChangeThread() {
 }
 
 // Each pass reads the document back from the store and merges the pending choices into it, so
-// that a choice another process stored since is kept, and writes the result; the default store
-// is held meanwhile, so that no other process writes in between. The store is called with no lock
-// of ours held, so a store that is slow, or that calls back into the library, holds up no one; a
-// change made meanwhile stays pending for the next pass.
+// that a choice another process stored since is kept, and writes the result. The store is called
+// with no lock of ours held, so a store that is slow, or that calls back into the library, holds
+// up no one; a change made meanwhile stays pending for the next pass.
 void JoystickPolicy::writePendingChange() {
   const PendingWrite pending = TakePendingWrite();
-  const StoreUpdateLock storeHeld;
+  std::string written;
+  bool taken = false;
+  policy::StoreLines lines;
+  {
+    // Held across the read and the write, so that no other process writes in between. The host's
+    // sink is not called meanwhile: it may use the store itself, or wait for a thread that does.
+    const StoreUpdateLock storeHeld;
+    if (storeHeld.Holds()) {
+      lines.Defer();
+    }
+    taken = storeHeld.Usable() && WriteMerged(pending, lines, written);
+  }
+  lines.Flush();
+  if (taken) {
+    FinishWrite(pending, written);
+  }
+}
+
+// True when the store took `written`: the text it held, with the pending choices recorded in it.
+bool JoystickPolicy::WriteMerged(const PendingWrite& pending, policy::StoreLines& lines,
+                                 std::string& written) {
   std::string stored;
-  if (!storeHeld.Usable() || (!pending.clear && !ReadStoredPolicyBack(stored))) {
-    return;
+  if (!pending.clear && !policy::ReadStoredPolicyBack(stored, lines)) {
+    return false;
   }
-  const std::string merged = policy::MergeChoices(std::move(stored), pending.choices);
-  CPD_LOG_DEBUG_IN("handlePolicyChangeThread", "config mPolicyStr  %s\n", merged.c_str());
-  if (WriteStoredPolicy(merged)) {
-    FinishWrite(pending, merged);
-  }
+  written = policy::MergeChoices(std::move(stored), pending.choices);
+  lines.Add({policy::StoreLineKind::WRITING, WATCHER, written, true});
+  return policy::WriteStoredPolicy(written, lines);
 }
 
 JoystickPolicy::PendingWrite JoystickPolicy::TakePendingWrite() {

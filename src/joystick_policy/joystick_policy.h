@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "joystick_policy/policy_document.h"
+#include "joystick_policy/store_calls.h"
 
 namespace cpd {
 
@@ -67,6 +68,7 @@ class JoystickPolicy {
   };
 
   void writePendingChange();
+  bool WriteMerged(const PendingWrite& pending, policy::StoreLines& lines, std::string& written);
   PendingWrite TakePendingWrite();
   std::vector<policy::Choice> PendingChoicesInOrder() const;
   void FinishWrite(const PendingWrite& written, const std::string& stored);
