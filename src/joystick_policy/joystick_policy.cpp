@@ -21,6 +21,12 @@ constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
 // The watcher's lines carry the name of its thread function, which they have always shown.
 constexpr const char* WATCHER = "handlePolicyChangeThread";
 
+// Whether `document` answers the model with the choice: the store shows it.
+bool ShowsChoice(const std::string& document, const std::string& vidpid, uint16_t mappingIndex) {
+  const policy::LookupResult found = policy::LookupMappingIndex(document, vidpid);
+  return found.outcome == policy::LookupOutcome::FOUND && found.mappingIndex == mappingIndex;
+}
+
 // The change stays pending and the next pass tries again. If the log itself is what failed,
 // there is nowhere left to report to.
 void ReportWatcherFailure(const char* what) noexcept {
@@ -220,34 +226,39 @@ void JoystickPolicy::handlePolicyChangeThread() {
 // up no one; a change made meanwhile stays pending for the next pass.
 void JoystickPolicy::writePendingChange() {
   const PendingWrite pending = TakePendingWrite();
-  std::string written;
-  bool taken = false;
+  WritePass pass;
   policy::StoreLines lines;
   {
-    // Held across the read and the write, so that no other process writes in between. The host's
-    // sink is not called meanwhile: it may use the store itself, or wait for a thread that does.
+    // Held across the reads and the write, so that no other process writes in between. The
+    // host's sink is not called meanwhile: it may use the store itself, or wait for a thread that
+    // does.
     const StoreUpdateLock storeHeld;
     if (storeHeld.Holds()) {
       lines.Defer();
     }
-    taken = storeHeld.Usable() && WriteMerged(pending, lines, written);
+    if (storeHeld.Usable()) {
+      WriteMerged(pending, lines, pass);
+    }
   }
   lines.Flush();
-  if (taken) {
-    FinishWrite(pending, written);
+  if (pass.taken) {
+    FinishWrite(pending, pass);
   }
 }
 
-// True when the store took `written`: the text it held, with the pending choices recorded in it.
-bool JoystickPolicy::WriteMerged(const PendingWrite& pending, policy::StoreLines& lines,
-                                 std::string& written) {
+// The store's text with the pending choices recorded in it is written, then read once more: a
+// store that keeps writes in a cache, or shares its text with another process's copy, may not
+// show what it took yet, and only what it shows counts as stored.
+void JoystickPolicy::WriteMerged(const PendingWrite& pending, policy::StoreLines& lines,
+                                 WritePass& pass) {
   std::string stored;
   if (!pending.clear && !policy::ReadStoredPolicyBack(stored, lines)) {
-    return false;
+    return;
   }
-  written = policy::MergeChoices(std::move(stored), pending.choices);
-  lines.Add({policy::StoreLineKind::WRITING, WATCHER, written, true});
-  return policy::WriteStoredPolicy(written, lines);
+  pass.written = policy::MergeChoices(std::move(stored), pending.choices);
+  lines.Add({policy::StoreLineKind::WRITING, WATCHER, pass.written, true});
+  pass.taken = policy::WriteStoredPolicy(pass.written, lines);
+  pass.shown = pass.taken && policy::ReadStoredPolicyBack(pass.readBack, lines);
 }
 
 JoystickPolicy::PendingWrite JoystickPolicy::TakePendingWrite() {
@@ -276,20 +287,24 @@ std::vector<policy::Choice> JoystickPolicy::PendingChoicesInOrder() const {
   return choices;
 }
 
-// The store holds `stored`, which has every change up to `written.version`. The document in
-// memory becomes that text with the changes made since, so lookups see the other processes'
+// The store took `pass.written`, which has every change up to `written.version`. A choice stops
+// being pending once the read after the write shows it, and a clear once that read shows the text
+// written; until then each stays in memory and in every later write. The document in memory
+// becomes the text written with the changes still pending, so lookups see the other processes'
 // choices too; a clear made since stays as it is.
-void JoystickPolicy::FinishWrite(const PendingWrite& written, const std::string& stored) {
+void JoystickPolicy::FinishWrite(const PendingWrite& written, const WritePass& pass) {
   std::lock_guard<std::mutex> lock(mMutex);
   for (auto entry = mPendingChoices.begin(); entry != mPendingChoices.end();) {
-    entry = entry->second.lastChange <= written.version ? mPendingChoices.erase(entry)
-                                                        : std::next(entry);
+    const bool shown = pass.shown && entry->second.lastChange <= written.version &&
+                       ShowsChoice(pass.readBack, entry->first, entry->second.mappingIndex);
+    entry = shown ? mPendingChoices.erase(entry) : std::next(entry);
   }
-  if (mPendingClear && mClearVersion <= written.version) {
+  if (mPendingClear && mClearVersion <= written.version && pass.shown &&
+      pass.readBack == pass.written) {
     mPendingClear = false;
   }
   if (!mPendingClear) {
-    mPolicyStr = policy::MergeChoices(stored, PendingChoicesInOrder());
+    mPolicyStr = policy::MergeChoices(pass.written, PendingChoicesInOrder());
   }
   mPolicyChanged = mPendingClear || !mPendingChoices.empty();
 }

@@ -387,6 +387,85 @@ TEST_F(PolicyStore, ClearingDropsTheOtherProcessesChoicesToo) {
   EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
 }
 
+// Holds the store's n-th GetSecure (counted from 1) until the test lets it go, so the test can
+// look at the policy between two write passes.
+std::atomic<int> gReads{0};
+std::atomic<int> gParkAtRead{0};
+std::atomic<int> gParkedAt{0};
+std::atomic<bool> gLetGo{false};
+
+void ParkAtRead(const std::string& operation) {
+  if (operation != "GetSecure") {
+    return;
+  }
+  const int read = ++gReads;
+  if (read != gParkAtRead.load()) {
+    return;
+  }
+  gParkedAt = read;
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(20);
+  while (!gLetGo.exchange(false) && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  gParkedAt = 0;
+}
+
+bool WaitUntilParkedAt(int read) {
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(10);
+  while (gParkedAt.load() != read && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  return gParkedAt.load() == read;
+}
+
+void LetGoAndParkAt(int read) {
+  gParkAtRead = read;
+  gLetGo = true;
+}
+
+std::vector<std::string> WrittenTexts() {
+  std::vector<std::string> texts;
+  for (const StoreCall& call : SetSecureCalls()) {
+    texts.push_back(call.value);
+  }
+  return texts;
+}
+
+// Reads: 1 at start; each write pass reads back, writes, and reads again to see what the store
+// shows. A store one write behind shows a write only after the next one.
+TEST_F(PolicyStore, ChoiceStaysPendingUntilAStoreThatLagsShowsIt) {
+  cpd::test::SetStoreLagging(true);
+  cpd::test::SetStoreCallHook(&ParkAtRead);
+  gParkAtRead = 3;
+  auto policy = Started();
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  ASSERT_TRUE(WaitUntilParkedAt(3));  // the read after the first write, which shows nothing yet
+  policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  LetGoAndParkAt(4);
+  ASSERT_TRUE(WaitUntilParkedAt(4));  // the second pass, about to read back
+  EXPECT_EQ(policy->UnstoredChanges(), 2);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(WrittenTexts(), (std::vector<std::string>{ONE_XBOX_ENTRY}));
+  LetGoAndParkAt(6);
+  ASSERT_TRUE(WaitUntilParkedAt(6));  // the third pass: the second write showed only the first
+  EXPECT_EQ(WrittenTexts(), (std::vector<std::string>{ONE_XBOX_ENTRY, XBOX_AND_DUALSENSE}));
+  EXPECT_EQ(policy->UnstoredChanges(), 1);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 1);
+  LetGoAndParkAt(0);
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(10);
+  while (policy->UnstoredChanges() != 0 && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  EXPECT_EQ(policy->UnstoredChanges(), 0);
+  policy.reset();
+  cpd::test::SetStoreCallHook(nullptr);
+  EXPECT_EQ(WrittenTexts(),
+            (std::vector<std::string>{ONE_XBOX_ENTRY, XBOX_AND_DUALSENSE, XBOX_AND_DUALSENSE}));
+  EXPECT_EQ(CountStoreCalls("GetSecure"), 7U);
+  EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
+}
+
 // Every wake-up is taken under the watcher's own lock, so none is missed and a change does not
 // wait for the one-second retry.
 TEST_F(PolicyStore, ChangeReachesTheStoreWithoutWaitingForTheRetry) {
