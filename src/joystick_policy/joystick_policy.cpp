@@ -21,9 +21,10 @@ constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
 // The watcher's lines carry the name of its thread function, which they have always shown.
 constexpr const char* WATCHER = "handlePolicyChangeThread";
 
-// Whether `document` answers the model with the choice: the store shows it.
-bool ShowsChoice(const std::string& document, const std::string& vidpid, uint16_t mappingIndex) {
-  const policy::LookupResult found = policy::LookupMappingIndex(document, vidpid);
+// Whether the store's text answers the model with the choice: the store shows it.
+bool ShowsChoice(const policy::DocumentAnswers& shown, const std::string& vidpid,
+                 uint16_t mappingIndex) {
+  const policy::LookupResult found = policy::LookupMappingIndex(shown, vidpid);
   return found.outcome == policy::LookupOutcome::FOUND && found.mappingIndex == mappingIndex;
 }
 
@@ -87,7 +88,7 @@ bool JoystickPolicy::StartWatcher(std::string stored, std::string& failure) {
   if (!mStopped) {
     return false;
   }
-  mPolicyStr = std::move(stored);
+  SetDocument(std::move(stored));
   mStopped = false;
   try {
     // Nothing may leave the thread: an exception there would end the host process.
@@ -128,7 +129,7 @@ int32_t JoystickPolicy::SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t map
 int32_t JoystickPolicy::ClearPolicy() {
   {
     std::lock_guard<std::mutex> lock(mMutex);
-    mPolicyStr.clear();
+    SetDocument("");
     ++mPolicyVersion;
     mPendingChoices.clear();
     mPendingClear = true;
@@ -147,7 +148,7 @@ int32_t JoystickPolicy::getMappingIndexFromConfig(std::string vidpid) {
   policy::LookupResult result;
   try {
     std::lock_guard<std::mutex> lock(mMutex);
-    result = policy::LookupMappingIndex(mPolicyStr, vidpid);
+    result = policy::LookupMappingIndex(mAnswers, vidpid);
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("policy lookup failed: %s\n", error.what());
     return 0;
@@ -169,7 +170,7 @@ int32_t JoystickPolicy::setMappingIndexToConfig(std::string vidpid, uint16_t map
   std::string updated;
   try {
     std::lock_guard<std::mutex> lock(mMutex);
-    mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
+    SetDocument(policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe));
     updated = mPolicyStr;
     ++mPolicyVersion;
     PendingChoice& pending = mPendingChoices[vidpid];
@@ -293,10 +294,11 @@ std::vector<policy::Choice> JoystickPolicy::PendingChoicesInOrder() const {
 // becomes the text written with the changes still pending, so lookups see the other processes'
 // choices too; a clear made since stays as it is.
 void JoystickPolicy::FinishWrite(const PendingWrite& written, const WritePass& pass) {
+  const policy::DocumentAnswers shownAnswers = policy::ReadAnswers(pass.readBack);
   std::lock_guard<std::mutex> lock(mMutex);
   for (auto entry = mPendingChoices.begin(); entry != mPendingChoices.end();) {
     const bool shown = pass.shown && entry->second.lastChange <= written.version &&
-                       ShowsChoice(pass.readBack, entry->first, entry->second.mappingIndex);
+                       ShowsChoice(shownAnswers, entry->first, entry->second.mappingIndex);
     entry = shown ? mPendingChoices.erase(entry) : std::next(entry);
   }
   if (mPendingClear && mClearVersion <= written.version && pass.shown &&
@@ -304,9 +306,19 @@ void JoystickPolicy::FinishWrite(const PendingWrite& written, const WritePass& p
     mPendingClear = false;
   }
   if (!mPendingClear) {
-    mPolicyStr = policy::MergeChoices(pass.written, PendingChoicesInOrder());
+    SetDocument(policy::MergeChoices(pass.written, PendingChoicesInOrder()));
   }
   mPolicyChanged = mPendingClear || !mPendingChoices.empty();
+}
+
+// Caller holds mMutex. The text is read for lookups only when it changes: a lookup runs for
+// every controller opened, and a document can hold many models.
+void JoystickPolicy::SetDocument(std::string text) {
+  if (text == mPolicyStr) {
+    return;
+  }
+  mAnswers = policy::ReadAnswers(text);
+  mPolicyStr = std::move(text);
 }
 
 int32_t JoystickPolicy::UnstoredChanges() {

@@ -85,7 +85,11 @@ class JoystickPolicy {
   void takeWakeUp();
   void waitForWakeUp();
 
+  void SetDocument(std::string text);
+
+  // The document and what lookups need of it, read from it once. Guarded by mMutex.
   std::string mPolicyStr;
+  policy::DocumentAnswers mAnswers;
   std::mutex mMutex;
   std::mutex mWaitMutex;
   std::unique_ptr<std::thread> mThread;

@@ -253,6 +253,32 @@ TEST_F(PolicyStore, LookupInATextThatIsNotJsonLogsRenderFailedOnce) {
   EXPECT_EQ(cpd::test::CapturedLogs().back().function, "getMappingIndexFromConfig");
 }
 
+// The text is read once, but every lookup in it still says that it cannot be read.
+TEST_F(PolicyStore, EveryLookupInATextThatIsNotJsonLogsRenderFailed) {
+  cpd::test::SetStoredValue(KEY, "{{ not json");
+  auto policy = Started();
+  cpd::test::ClearLogs();
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 0);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(CountLogBody(ErrorBody("render failed")), 3U);
+}
+
+// Each change of the text is what lookups answer from then on.
+TEST_F(PolicyStore, LookupsAnswerTheTextAsEachChangeLeftIt) {
+  cpd::test::SetStoredValue(KEY, "{{ not json");
+  auto policy = Started();
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  policy->SetMappingIndex(0x045e, 0x028e, 2, "Xbox Controller");
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 2);
+  policy->ClearPolicy();
+  cpd::test::ClearLogs();
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(cpd::test::LogBodiesOfThisThread(),
+            (std::vector<std::string>{DebugBody("GetMappingIndex 045e:028e\\n")}));
+}
+
 TEST_F(PolicyStore, StoreAbsentAtStartGivesZeroForEveryModel) {
   cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
   cpd::test::SetStoreAvailable(false);
