@@ -184,6 +184,48 @@ TEST_F(PolicyStore, ThreadsThatAskWhileASlowStoreLoadsGetTheSameInstance) {
   EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
 }
 
+// A store that does not answer holds up only the thread that loads the policy store; others
+// that ask meanwhile go on without it after a while.
+std::atomic<bool> gStuckLoadStarted{false};
+std::atomic<bool> gStuckLoadLetGo{false};
+
+void StuckGetSecure(const std::string& operation) {
+  if (operation != "GetSecure") {
+    return;
+  }
+  gStuckLoadStarted = true;
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(20);
+  while (!gStuckLoadLetGo.load() && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+}
+
+TEST_F(PolicyStore, ThreadThatAsksWhileTheStoreDoesNotAnswerGoesOnWithoutAPolicyAfterASecond) {
+  cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
+  cpd::test::SetStoreCallHook(&StuckGetSecure);
+  std::shared_ptr<JoystickPolicy> loaded;
+  std::thread loader([&loaded] { loaded = JoystickPolicy::GetInstance(); });
+  while (!gStuckLoadStarted.load()) {
+    std::this_thread::yield();
+  }
+  const steady_clock::time_point asked = steady_clock::now();
+  EXPECT_EQ(JoystickPolicy::GetInstance(), nullptr);
+  const steady_clock::duration waited = steady_clock::now() - asked;
+  EXPECT_GE(waited, milliseconds(900));
+  EXPECT_LT(waited, milliseconds(5000));
+  const std::string gaveUp =
+      ErrorBody("policy store did not load within 1000 ms, going on without it");
+  EXPECT_EQ(CountLogBody(gaveUp), 1U);
+  gStuckLoadLetGo = true;
+  loader.join();
+  cpd::test::SetStoreCallHook(nullptr);
+  ASSERT_NE(loaded, nullptr);
+  EXPECT_EQ(JoystickPolicy::GetInstance(), loaded);
+  EXPECT_EQ(loaded->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(CountLogBody(gaveUp), 1U);
+  EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
+}
+
 // A store that writes a choice from inside its own SetSecure (as a store that notifies its
 // settings page might) is not waited on by the watcher's document lock.
 std::atomic<JoystickPolicy*> gReentrantPolicy{nullptr};
@@ -636,6 +678,37 @@ TEST_F(PolicyStore, ChangeStillRefusedAtTheEndGetsExactlyOneMoreAttempt) {
   policy.reset();
   EXPECT_EQ(CountStoreCalls("SetSecure"), 2U);
   EXPECT_EQ(CountLogBody(ErrorBody("policy change not stored before the end\\n")), 1U);
+  EXPECT_EQ(CountLogBody(WATCHER_EXIT), 1U);
+}
+
+TEST_F(PolicyStore, NoStoreAtStartIsOneErrorLineOfTheLoad) {
+  cpd::test::SetStoreAvailable(false);
+  auto policy = Started();
+  const std::string noStore = ErrorBody("no secure store, starting with an empty policy\\n");
+  ASSERT_EQ(CountLogBody(noStore), 1U);
+  for (const cpd::test::LogLine& line : cpd::test::CapturedLogs()) {
+    if (line.body == noStore) {
+      EXPECT_EQ(line.level, 7);
+      EXPECT_EQ(line.function, "ReadStoredPolicy");
+      EXPECT_EQ(line.thread, std::this_thread::get_id());
+    }
+  }
+}
+
+TEST_F(PolicyStore, ChangeWithoutAStoreAtTheEndIsReportedOnceByTheWatcher) {
+  auto policy = Started();
+  cpd::test::SetStoreAvailable(false);
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  policy.reset();
+  const std::string notStored = ErrorBody("policy change not stored before the end\\n");
+  ASSERT_EQ(CountLogBody(notStored), 1U);
+  for (const cpd::test::LogLine& line : cpd::test::CapturedLogs()) {
+    if (line.body == notStored) {
+      EXPECT_EQ(line.level, 7);
+      EXPECT_EQ(line.function, "handlePolicyChangeThread");
+    }
+  }
+  EXPECT_EQ(CountStoreCalls("SetSecure"), 0U);
   EXPECT_EQ(CountLogBody(WATCHER_EXIT), 1U);
 }
 
