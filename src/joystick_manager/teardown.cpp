@@ -140,6 +140,7 @@ void JoystickManager::ReleaseState() {
     Joysticks.clear();
     mDevList.clear();
     mMappingList.clear();
+    mChoicesByModel.clear();
   }
   mSlotPaths.clear();  // only the polling thread uses it, and none runs any more
 }
