@@ -18,7 +18,7 @@ namespace cpd {
 namespace {
 
 constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
-// The watcher's lines carry the name of its thread function, which they have always shown.
+// The watcher's lines carry the name of its thread function: hosts filter the log by it.
 constexpr const char* WATCHER = "handlePolicyChangeThread";
 
 // Whether the store's text answers the model with the choice: the store shows it.
@@ -140,8 +140,8 @@ int32_t JoystickPolicy::ClearPolicy() {
   return 0;
 }
 
-// The private helpers keep the signatures the rest of the system knows them by: key and text are
-// taken by value. Their lines are logged after mMutex is released, since the host's log sink may
+// The private helpers take key and text by value: their callers hand over temporaries they no
+// longer need. Their lines are logged after mMutex is released, since the host's log sink may
 // call back into the library and ask for the policy.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t JoystickPolicy::getMappingIndexFromConfig(std::string vidpid) {

@@ -36,8 +36,9 @@ bool NamesModel(const Json::Value& vidpid, const std::string& key) {
   return NamesAModel(vidpid) && vidpid.asString() == key;
 }
 
-// Non-const access adds a missing "vidpid" as null to every object it passes; the rewritten
-// document keeps that trace, as documents written by earlier releases do.
+// Non-const access adds a missing "vidpid" as null to every object it passes, and the rewritten
+// document keeps that trace: the stored text is what other readers of the store see, so one
+// document and one choice always give the same text.
 bool ChangeFirstEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingIndex,
                       const std::string& describe) {
   for (Json::Value& element : root) {
@@ -67,8 +68,9 @@ void AppendEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingI
   root.append(entry);
 }
 
-// Three blanks per level, " : ", members in name order, a final line break: the form every stored
-// document has had. toStyledString indents with a tab in current JsonCpp; StyledWriter does not.
+// Three blanks per level, " : ", members in name order, a final line break: the stored form that
+// other readers of the store expect, byte for byte. toStyledString would indent with a tab;
+// StyledWriter keeps the form.
 std::string StyledText(const Json::Value& root) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -110,8 +112,8 @@ DocumentAnswers ReadAnswers(const std::string& document) {
   }
   Json::Value root;
   const bool parsed = ParseDocument(document, root);
-  // Deliberately a conjunction: a failed parse that still left an array, or anything at all,
-  // is searched.
+  // A failed parse that still left an array, or anything at all, is searched, so a document cut
+  // short still answers the models it holds; only one that left nothing is "render failed".
   if (!parsed && !root.isArray() && root.empty()) {
     answers.unanswered = LookupOutcome::RENDER_FAILED;
     return answers;
