@@ -223,8 +223,8 @@ void JoystickPolicy::handlePolicyChangeThread() {
 
 // Each pass reads the document back from the store and merges the pending choices into it, so
 // that a choice another process stored since is kept, and writes the result. The store is called
-// with no lock of ours held, so a store that is slow, or that calls back into the library, holds
-// up no one; a change made meanwhile stays pending for the next pass.
+// with no lock of the policy held, so a store that is slow, or that calls back into the library,
+// holds up no one; a change made meanwhile stays pending for the next pass.
 void JoystickPolicy::writePendingChange() {
   const PendingWrite pending = TakePendingWrite();
   WritePass pass;
