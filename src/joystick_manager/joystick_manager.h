@@ -166,6 +166,8 @@ class JoystickManager {
   void PublishDevList();
   void BuildMappingList();
 
+  // How many layout choices were recorded for the model; caller holds mStateMutex.
+  uint64_t ChoicesRecordedFor(uint16_t vid, uint16_t pid) const;
   // A copy of the controller record that holds slot `index`, taken in one locked section.
   std::optional<JoystickDevice> DeviceInSlot(uint16_t index);
   // Gives the controller in slot `index` the mapping built on `changed`, if that slot still holds
@@ -193,8 +195,10 @@ class JoystickManager {
 
   // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.
   std::atomic<uint16_t> mPollIntervalMs;
-  // Counts the layout choices recorded for a model, so an open that raced with one looks again.
-  std::atomic<uint64_t> mChoicesRecorded{0};
+  // The layout choices recorded so far, by model (vendor id in the high half, product id in the
+  // low), so that an open that raced with a choice for its own model looks again. Guarded by
+  // mStateMutex.
+  std::map<uint32_t, uint64_t> mChoicesByModel;
   // Counts layout changes made by the host, so the poller knows when to copy bindings again.
   // Guarded by mStateMutex.
   uint64_t mMappingVersion = 1;

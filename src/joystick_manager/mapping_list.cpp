@@ -9,6 +9,14 @@
 
 namespace cpd {
 
+namespace {
+
+uint32_t ModelKey(uint16_t vid, uint16_t pid) {
+  return (static_cast<uint32_t>(vid) << 16U) | pid;
+}
+
+}  // namespace
+
 void JoystickManager::BuildMappingList() {
   std::list<_CpdJoystickMappingInfo> catalogue;
   _CpdJoystickMappingInfo info;
@@ -44,7 +52,8 @@ int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
     if (IsLayoutKind(mappingIndex)) {
       if (const std::shared_ptr<JoystickPolicy> policy = JoystickPolicy::GetInstance()) {
         policy->SetMappingIndex(device->vid, device->pid, mappingIndex, device->name);
-        ++mChoicesRecorded;
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        ++mChoicesByModel[ModelKey(device->vid, device->pid)];
       }
     }
     result = ResetMapping(*device, mappingIndex);
@@ -57,6 +66,11 @@ int32_t JoystickManager::SetMapping(uint16_t index, uint16_t mappingIndex) {
   }
   CPD_LOG_ERROR("index[%d] mappingIndex[%d] setmapping failed", index, mappingIndex);
   return result;
+}
+
+uint64_t JoystickManager::ChoicesRecordedFor(uint16_t vid, uint16_t pid) const {
+  const auto found = mChoicesByModel.find(ModelKey(vid, pid));
+  return found != mChoicesByModel.end() ? found->second : 0;
 }
 
 std::optional<JoystickDevice> JoystickManager::DeviceInSlot(uint16_t index) {

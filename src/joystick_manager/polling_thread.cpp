@@ -156,13 +156,18 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
 // A host's layout choice for this model may land between the look-up of the stored choice and
 // the moment the record takes its slot; its call then finds no controller in the slot. The
 // look-up is then made again, so the controller starts with the latest choice all the same.
+// Choices for other models leave the controller as it is.
 void JoystickManager::IdentifyAndRecord(int32_t sdlIndex, JoystickDevice& device) {
   for (int attempt = 0; attempt < 3; ++attempt) {
-    const uint64_t choicesBefore = mChoicesRecorded.load();
+    uint64_t choicesBefore = 0;
+    {
+      std::lock_guard<std::mutex> lock(mStateMutex);
+      choicesBefore = ChoicesRecordedFor(device.vid, device.pid);
+    }
     OpenOrCreateMapping(device);
     std::lock_guard<std::mutex> lock(mStateMutex);
     Joysticks[sdlIndex] = device;
-    if (mChoicesRecorded.load() == choicesBefore) {
+    if (ChoicesRecordedFor(device.vid, device.pid) == choicesBefore) {
       return;
     }
   }

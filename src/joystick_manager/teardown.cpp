@@ -137,6 +137,7 @@ void JoystickManager::ReleaseState() {
     Joysticks.clear();
     mDevList = std::make_shared<const std::list<_CpdJoystickDeviceInfo>>();
     mMappingList.clear();
+    mChoicesByModel.clear();
   }
   mSlotPaths.clear();  // only the polling thread uses it, and none runs any more
 }

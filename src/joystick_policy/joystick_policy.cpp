@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "common/log.h"
-#include "cpd_joystick/sd_config.h"
 #include "joystick_manager/module_lifetime.h"
 #include "joystick_policy/policy_document.h"
+#include "joystick_policy/store_calls.h"
 #include "joystick_policy/store_update_lock.h"
 
 namespace cpd {
@@ -18,59 +18,14 @@ namespace cpd {
 namespace {
 
 constexpr std::chrono::milliseconds WATCHER_WAIT{1000};
+// The watcher's lines carry the name of its thread function: hosts filter the log by it.
+constexpr const char* WATCHER = "handlePolicyChangeThread";
 
-// The stored document, or the empty text (no policy) when the store is missing or fails.
-std::string ReadStoredPolicy() {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, starting with an empty policy\n");
-      return "";
-    }
-    return store->GetSecure(policy::POLICY_STORE_KEY);
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("reading the policy failed: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("reading the policy failed\n");
-  }
-  return "";
-}
-
-// The document as the store holds it now: another process may have stored a choice since this
-// one loaded it. False when the store cannot be read; the change then stays pending rather than
-// overwrite what could not be seen.
-bool ReadStoredPolicyBack(std::string& text) {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
-      return false;
-    }
-    text = store->GetSecure(policy::POLICY_STORE_KEY);
-    return true;
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("reading the policy back failed, change kept pending: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("reading the policy back failed, change kept pending\n");
-  }
-  return false;
-}
-
-// True when the store took the text. A missing or failing store leaves the change pending.
-bool WriteStoredPolicy(const std::string& text) {
-  try {
-    sd::SDConfig* store = sd::SDConfig::GetInstance();
-    if (store == nullptr) {
-      CPD_LOG_ERROR("no secure store, policy change kept pending\n");
-      return false;
-    }
-    return store->SetSecure(policy::POLICY_STORE_KEY, text);
-  } catch (const std::exception& error) {
-    CPD_LOG_ERROR("writing the policy failed, change kept pending: %s\n", error.what());
-  } catch (...) {
-    CPD_LOG_ERROR("writing the policy failed, change kept pending\n");
-  }
-  return false;
+// Whether the store's text answers the model with the choice: the store shows it.
+bool ShowsChoice(const policy::DocumentAnswers& shown, const std::string& vidpid,
+                 uint16_t mappingIndex) {
+  const policy::LookupResult found = policy::LookupMappingIndex(shown, vidpid);
+  return found.outcome == policy::LookupOutcome::FOUND && found.mappingIndex == mappingIndex;
 }
 
 // The change stays pending and the next pass tries again. If the log itself is what failed,
@@ -109,7 +64,8 @@ JoystickPolicy::~JoystickPolicy() {
 }
 
 int32_t JoystickPolicy::Init() {
-  std::string stored = ReadStoredPolicy();
+  policy::StoreLines lines;
+  std::string stored = policy::ReadStoredPolicy(lines);
   CPD_LOG_DEBUG("mPolicyStr: %s", stored.c_str());
   std::string failure;
   if (!StartWatcher(std::move(stored), failure)) {
@@ -132,7 +88,7 @@ bool JoystickPolicy::StartWatcher(std::string stored, std::string& failure) {
   if (!mStopped) {
     return false;
   }
-  mPolicyStr = std::move(stored);
+  SetDocument(std::move(stored));
   mStopped = false;
   try {
     // Nothing may leave the thread: an exception there would end the host process.
@@ -173,7 +129,7 @@ int32_t JoystickPolicy::SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t map
 int32_t JoystickPolicy::ClearPolicy() {
   {
     std::lock_guard<std::mutex> lock(mMutex);
-    mPolicyStr.clear();
+    SetDocument("");
     ++mPolicyVersion;
     mPendingChoices.clear();
     mPendingClear = true;
@@ -184,15 +140,15 @@ int32_t JoystickPolicy::ClearPolicy() {
   return 0;
 }
 
-// The private helpers keep the signatures the rest of the system knows them by: key and text are
-// taken by value. Their lines are logged after mMutex is released, since the host's log sink may
+// The private helpers take key and text by value: their callers hand over temporaries they no
+// longer need. Their lines are logged after mMutex is released, since the host's log sink may
 // call back into the library and ask for the policy.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 int32_t JoystickPolicy::getMappingIndexFromConfig(std::string vidpid) {
   policy::LookupResult result;
   try {
     std::lock_guard<std::mutex> lock(mMutex);
-    result = policy::LookupMappingIndex(mPolicyStr, vidpid);
+    result = policy::LookupMappingIndex(mAnswers, vidpid);
   } catch (const std::exception& error) {
     CPD_LOG_ERROR("policy lookup failed: %s\n", error.what());
     return 0;
@@ -214,7 +170,7 @@ int32_t JoystickPolicy::setMappingIndexToConfig(std::string vidpid, uint16_t map
   std::string updated;
   try {
     std::lock_guard<std::mutex> lock(mMutex);
-    mPolicyStr = policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe);
+    SetDocument(policy::UpdateMappingIndex(mPolicyStr, vidpid, mappingIndex, describe));
     updated = mPolicyStr;
     ++mPolicyVersion;
     PendingChoice& pending = mPendingChoices[vidpid];
@@ -266,22 +222,44 @@ void JoystickPolicy::handlePolicyChangeThread() {
 }
 
 // Each pass reads the document back from the store and merges the pending choices into it, so
-// that a choice another process stored since is kept, and writes the result; the default store
-// is held meanwhile, so that no other process writes in between. The store is called with no lock
-// of ours held, so a store that is slow, or that calls back into the library, holds up no one; a
-// change made meanwhile stays pending for the next pass.
+// that a choice another process stored since is kept, and writes the result. The store is called
+// with no lock of the policy held, so a store that is slow, or that calls back into the library,
+// holds up no one; a change made meanwhile stays pending for the next pass.
 void JoystickPolicy::writePendingChange() {
   const PendingWrite pending = TakePendingWrite();
-  const StoreUpdateLock storeHeld;
+  WritePass pass;
+  policy::StoreLines lines;
+  {
+    // Held across the reads and the write, so that no other process writes in between. The
+    // host's sink is not called meanwhile: it may use the store itself, or wait for a thread that
+    // does.
+    const StoreUpdateLock storeHeld;
+    if (storeHeld.Holds()) {
+      lines.Defer();
+    }
+    if (storeHeld.Usable()) {
+      WriteMerged(pending, lines, pass);
+    }
+  }
+  lines.Flush();
+  if (pass.taken) {
+    FinishWrite(pending, pass);
+  }
+}
+
+// The store's text with the pending choices recorded in it is written, then read once more: a
+// store that keeps writes in a cache, or shares its text with another process's copy, may not
+// show what it took yet, and only what it shows counts as stored.
+void JoystickPolicy::WriteMerged(const PendingWrite& pending, policy::StoreLines& lines,
+                                 WritePass& pass) {
   std::string stored;
-  if (!storeHeld.Usable() || (!pending.clear && !ReadStoredPolicyBack(stored))) {
+  if (!pending.clear && !policy::ReadStoredPolicyBack(stored, lines)) {
     return;
   }
-  const std::string merged = policy::MergeChoices(std::move(stored), pending.choices);
-  CPD_LOG_DEBUG_IN("handlePolicyChangeThread", "config mPolicyStr  %s\n", merged.c_str());
-  if (WriteStoredPolicy(merged)) {
-    FinishWrite(pending, merged);
-  }
+  pass.written = policy::MergeChoices(std::move(stored), pending.choices);
+  lines.Add({policy::StoreLineKind::WRITING, WATCHER, pass.written, true});
+  pass.taken = policy::WriteStoredPolicy(pass.written, lines);
+  pass.shown = pass.taken && policy::ReadStoredPolicyBack(pass.readBack, lines);
 }
 
 JoystickPolicy::PendingWrite JoystickPolicy::TakePendingWrite() {
@@ -310,22 +288,37 @@ std::vector<policy::Choice> JoystickPolicy::PendingChoicesInOrder() const {
   return choices;
 }
 
-// The store holds `stored`, which has every change up to `written.version`. The document in
-// memory becomes that text with the changes made since, so lookups see the other processes'
+// The store took `pass.written`, which has every change up to `written.version`. A choice stops
+// being pending once the read after the write shows it, and a clear once that read shows the text
+// written; until then each stays in memory and in every later write. The document in memory
+// becomes the text written with the changes still pending, so lookups see the other processes'
 // choices too; a clear made since stays as it is.
-void JoystickPolicy::FinishWrite(const PendingWrite& written, const std::string& stored) {
+void JoystickPolicy::FinishWrite(const PendingWrite& written, const WritePass& pass) {
+  const policy::DocumentAnswers shownAnswers = policy::ReadAnswers(pass.readBack);
   std::lock_guard<std::mutex> lock(mMutex);
   for (auto entry = mPendingChoices.begin(); entry != mPendingChoices.end();) {
-    entry = entry->second.lastChange <= written.version ? mPendingChoices.erase(entry)
-                                                        : std::next(entry);
+    const bool shown = pass.shown && entry->second.lastChange <= written.version &&
+                       ShowsChoice(shownAnswers, entry->first, entry->second.mappingIndex);
+    entry = shown ? mPendingChoices.erase(entry) : std::next(entry);
   }
-  if (mPendingClear && mClearVersion <= written.version) {
+  if (mPendingClear && mClearVersion <= written.version && pass.shown &&
+      pass.readBack == pass.written) {
     mPendingClear = false;
   }
   if (!mPendingClear) {
-    mPolicyStr = policy::MergeChoices(stored, PendingChoicesInOrder());
+    SetDocument(policy::MergeChoices(pass.written, PendingChoicesInOrder()));
   }
   mPolicyChanged = mPendingClear || !mPendingChoices.empty();
+}
+
+// Caller holds mMutex. The text is read for lookups only when it changes: a lookup runs for
+// every controller opened, and a document can hold many models.
+void JoystickPolicy::SetDocument(std::string text) {
+  if (text == mPolicyStr) {
+    return;
+  }
+  mAnswers = policy::ReadAnswers(text);
+  mPolicyStr = std::move(text);
 }
 
 int32_t JoystickPolicy::UnstoredChanges() {

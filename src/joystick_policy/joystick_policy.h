@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "joystick_policy/policy_document.h"
+#include "joystick_policy/store_calls.h"
 
 namespace cpd {
 
@@ -42,7 +43,7 @@ class JoystickPolicy {
   int32_t SetMappingIndex(uint16_t vid, uint16_t pid, uint16_t mappingIndex, std::string name);
   // Empties the document and schedules the write of the empty text; always 0.
   int32_t ClearPolicy();
-  // The changes not yet taken by the store: one per model chosen since, one for a clear.
+  // The changes the store does not show yet: one per model chosen, one for a clear.
   int32_t UnstoredChanges();
   // Has a pending change written at once and waits for that attempt, at most `timeout`; false if
   // the change is still not stored.
@@ -66,15 +67,29 @@ class JoystickPolicy {
     uint64_t lastChange = 0;
   };
 
+  // What one write pass handed to the store, whether the store took it, and what a read made
+  // right after the write showed.
+  struct WritePass {
+    std::string written;
+    bool taken = false;
+    bool shown = false;  // the read after the write succeeded; readBack is its text
+    std::string readBack;
+  };
+
   void writePendingChange();
+  void WriteMerged(const PendingWrite& pending, policy::StoreLines& lines, WritePass& pass);
   PendingWrite TakePendingWrite();
   std::vector<policy::Choice> PendingChoicesInOrder() const;
-  void FinishWrite(const PendingWrite& written, const std::string& stored);
+  void FinishWrite(const PendingWrite& written, const WritePass& pass);
   void wakeWatcher();
   void takeWakeUp();
   void waitForWakeUp();
 
+  void SetDocument(std::string text);
+
+  // The document and what lookups need of it, read from it once. Guarded by mMutex.
   std::string mPolicyStr;
+  policy::DocumentAnswers mAnswers;
   std::mutex mMutex;
   std::mutex mWaitMutex;
   std::unique_ptr<std::thread> mThread;
@@ -83,10 +98,10 @@ class JoystickPolicy {
   // Counts the changes to mPolicyStr, so the watcher knows whether the text it wrote is still the
   // latest. Guarded by mMutex.
   uint64_t mPolicyVersion = 0;
-  // The choices made since the last write the store took, by model, each with the versions of
-  // its first and its latest change; and whether the policy was cleared since then (at which
-  // version). A write pass merges them into the text the store holds at that moment, so that a
-  // choice another process stored meanwhile is kept. Guarded by mMutex.
+  // The choices the store does not show yet, by model, each with the versions of its first and
+  // its latest change; and whether a clear is not shown yet (made at which version). A write pass
+  // merges them into the text the store holds at that moment, so that a choice another process
+  // stored meanwhile is kept. Guarded by mMutex.
   std::map<std::string, PendingChoice> mPendingChoices;
   bool mPendingClear = false;
   uint64_t mClearVersion = 0;

@@ -26,17 +26,19 @@ bool ParseDocument(const std::string& text, Json::Value& root, bool collectComme
   }
 }
 
-// Reads "vidpid" the way Json::Value::asString does (a missing member is the empty text), except
-// that arrays and objects, on which asString throws, simply name no model.
-bool NamesModel(const Json::Value& vidpid, const std::string& key) {
-  if (vidpid.isArray() || vidpid.isObject()) {
-    return false;
-  }
-  return vidpid.asString() == key;
+// "vidpid" is read the way Json::Value::asString does (a missing member is the empty text),
+// except that arrays and objects, on which asString throws, simply name no model.
+bool NamesAModel(const Json::Value& vidpid) {
+  return !vidpid.isArray() && !vidpid.isObject();
 }
 
-// Non-const access adds a missing "vidpid" as null to every object it passes; the rewritten
-// document keeps that trace, as documents written by earlier releases do.
+bool NamesModel(const Json::Value& vidpid, const std::string& key) {
+  return NamesAModel(vidpid) && vidpid.asString() == key;
+}
+
+// Non-const access adds a missing "vidpid" as null to every object it passes, and the rewritten
+// document keeps that trace: the stored text is what other readers of the store see, so one
+// document and one choice always give the same text.
 bool ChangeFirstEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingIndex,
                       const std::string& describe) {
   for (Json::Value& element : root) {
@@ -66,8 +68,9 @@ void AppendEntry(Json::Value& root, const std::string& vidpid, uint16_t mappingI
   root.append(entry);
 }
 
-// Three blanks per level, " : ", members in name order, a final line break: the form every stored
-// document has had. toStyledString indents with a tab in current JsonCpp; StyledWriter does not.
+// Three blanks per level, " : ", members in name order, a final line break: the stored form that
+// other readers of the store expect, byte for byte. toStyledString would indent with a tab;
+// StyledWriter keeps the form.
 std::string StyledText(const Json::Value& root) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -102,30 +105,46 @@ std::string MakeVidPidKey(uint16_t vid, uint16_t pid) {
   return key;
 }
 
-LookupResult LookupMappingIndex(const std::string& document, const std::string& vidpid) {
+DocumentAnswers ReadAnswers(const std::string& document) {
+  DocumentAnswers answers;
   if (document.empty()) {
-    return {LookupOutcome::EMPTY_DOCUMENT, 0};
+    return answers;
   }
   Json::Value root;
   const bool parsed = ParseDocument(document, root);
-  // Deliberately a conjunction: a failed parse that still left an array, or anything at all,
-  // is searched.
+  // A failed parse that still left an array, or anything at all, is searched, so a document cut
+  // short still answers the models it holds; only one that left nothing is "render failed".
   if (!parsed && !root.isArray() && root.empty()) {
-    return {LookupOutcome::RENDER_FAILED, 0};
+    answers.unanswered = LookupOutcome::RENDER_FAILED;
+    return answers;
   }
+  answers.unanswered = LookupOutcome::NOT_FOUND;
   if (!root.isArray()) {
-    return {LookupOutcome::NOT_FOUND, 0};
+    return answers;
   }
   for (const Json::Value& element : root) {
     if (!element.isObject()) {
       continue;
     }
+    const Json::Value& vidpid = element[MEMBER_VIDPID];
     const Json::Value& mapping = element[MEMBER_MAPPING];
-    if (NamesModel(element[MEMBER_VIDPID], vidpid) && mapping.isInt()) {
-      return {LookupOutcome::FOUND, mapping.asInt()};
+    if (NamesAModel(vidpid) && mapping.isInt()) {
+      answers.mappingIndexes.emplace(vidpid.asString(), mapping.asInt());  // the first one wins
     }
   }
-  return {LookupOutcome::NOT_FOUND, 0};
+  return answers;
+}
+
+LookupResult LookupMappingIndex(const DocumentAnswers& answers, const std::string& vidpid) {
+  const auto found = answers.mappingIndexes.find(vidpid);
+  if (found == answers.mappingIndexes.end()) {
+    return {answers.unanswered, 0};
+  }
+  return {LookupOutcome::FOUND, found->second};
+}
+
+LookupResult LookupMappingIndex(const std::string& document, const std::string& vidpid) {
+  return LookupMappingIndex(ReadAnswers(document), vidpid);
 }
 
 std::string UpdateMappingIndex(const std::string& document, const std::string& vidpid,

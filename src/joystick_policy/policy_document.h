@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,19 @@ struct LookupResult {
   int32_t mappingIndex = 0;  // 0 unless FOUND
 };
 
-// The first entry for `vidpid` whose "mapping" is an integer wins; entries of that model with any
-// other "mapping" are passed over rather than read as 0. Never throws for any document text.
+// What lookups need of a document, read from its text once: a lookup then parses nothing.
+struct DocumentAnswers {
+  // The outcome for a model without an answer: EMPTY_DOCUMENT, RENDER_FAILED or NOT_FOUND.
+  LookupOutcome unanswered = LookupOutcome::EMPTY_DOCUMENT;
+  std::map<std::string, int32_t> mappingIndexes;  // by "vidpid"
+};
+
+// The first entry for a model whose "mapping" is an integer answers it; entries of that model
+// with any other "mapping" are passed over rather than read as 0. Never throws for any document
+// text, except when memory runs out.
+DocumentAnswers ReadAnswers(const std::string& document);
+LookupResult LookupMappingIndex(const DocumentAnswers& answers, const std::string& vidpid);
+// The same for a text read just for this one lookup.
 LookupResult LookupMappingIndex(const std::string& document, const std::string& vidpid);
 
 // The styled text of `document` with the choice recorded: the first entry for `vidpid` gets the

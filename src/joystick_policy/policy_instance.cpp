@@ -7,7 +7,10 @@
 //
 // The first instance is loaded without any lock held: loading calls the host's secure store,
 // which may be slow and may itself call into the library. Other threads that ask meanwhile wait
-// for it; a call made from inside the store on the loading thread gets no policy store.
+// for it, but not for ever: the store is the host's code, and a waiter may be the polling thread
+// (a stop waits for it) or a host thread. A call made from inside the store on the loading thread
+// gets no policy store.
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -20,6 +23,10 @@
 namespace cpd {
 
 namespace {
+
+// Well below the 1.5 s a stop waits for the polling thread; the default store itself gives up on
+// a held store after about 2 s.
+constexpr std::chrono::milliseconds LOADING_WAIT{1000};
 
 std::shared_ptr<JoystickPolicy> StartedPolicy() {
   try {
@@ -88,8 +95,13 @@ std::shared_ptr<JoystickPolicy> JoystickPolicy::Existing() {
 
 std::shared_ptr<JoystickPolicy> JoystickPolicy::GetInstance() {
   std::unique_lock<std::mutex> lock(gSlotMutex);
-  while (!gSlotReleased && gLoading && gLoadingThread != std::this_thread::get_id()) {
-    LoadingDone().wait(lock);
+  if (!LoadingDone().wait_for(lock, LOADING_WAIT, [] {
+        return gSlotReleased || !gLoading || gLoadingThread == std::this_thread::get_id();
+      })) {
+    lock.unlock();
+    CPD_LOG_ERROR("policy store did not load within %d ms, going on without it",
+                  static_cast<int>(LOADING_WAIT.count()));
+    return nullptr;
   }
   if (gSlotReleased) {
     return nullptr;

@@ -18,6 +18,8 @@ class StoreUpdateLock {
   // False when the store can be held but was not (another process held it too long): the
   // caller must not write.
   bool Usable() const { return mUsable; }
+  // True while the store is held: lines for the host's sink then wait until it is let go.
+  bool Holds() const { return mRelease != nullptr; }
 
  private:
   void (*mRelease)() = nullptr;

@@ -184,6 +184,48 @@ TEST_F(PolicyStore, ThreadsThatAskWhileASlowStoreLoadsGetTheSameInstance) {
   EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
 }
 
+// A store that does not answer holds up only the thread that loads the policy store; others
+// that ask meanwhile go on without it after a while.
+std::atomic<bool> gStuckLoadStarted{false};
+std::atomic<bool> gStuckLoadLetGo{false};
+
+void StuckGetSecure(const std::string& operation) {
+  if (operation != "GetSecure") {
+    return;
+  }
+  gStuckLoadStarted = true;
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(20);
+  while (!gStuckLoadLetGo.load() && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+}
+
+TEST_F(PolicyStore, ThreadThatAsksWhileTheStoreDoesNotAnswerGoesOnWithoutAPolicyAfterASecond) {
+  cpd::test::SetStoredValue(KEY, ONE_XBOX_ENTRY);
+  cpd::test::SetStoreCallHook(&StuckGetSecure);
+  std::shared_ptr<JoystickPolicy> loaded;
+  std::thread loader([&loaded] { loaded = JoystickPolicy::GetInstance(); });
+  while (!gStuckLoadStarted.load()) {
+    std::this_thread::yield();
+  }
+  const steady_clock::time_point asked = steady_clock::now();
+  EXPECT_EQ(JoystickPolicy::GetInstance(), nullptr);
+  const steady_clock::duration waited = steady_clock::now() - asked;
+  EXPECT_GE(waited, milliseconds(900));
+  EXPECT_LT(waited, milliseconds(5000));
+  const std::string gaveUp =
+      ErrorBody("policy store did not load within 1000 ms, going on without it");
+  EXPECT_EQ(CountLogBody(gaveUp), 1U);
+  gStuckLoadLetGo = true;
+  loader.join();
+  cpd::test::SetStoreCallHook(nullptr);
+  ASSERT_NE(loaded, nullptr);
+  EXPECT_EQ(JoystickPolicy::GetInstance(), loaded);
+  EXPECT_EQ(loaded->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(CountLogBody(gaveUp), 1U);
+  EXPECT_EQ(CountStoreCalls("GetSecure"), 1U);
+}
+
 // A store that writes a choice from inside its own SetSecure (as a store that notifies its
 // settings page might) is not waited on by the watcher's document lock.
 std::atomic<JoystickPolicy*> gReentrantPolicy{nullptr};
@@ -251,6 +293,32 @@ TEST_F(PolicyStore, LookupInATextThatIsNotJsonLogsRenderFailedOnce) {
                                                    ErrorBody("render failed")}));
   EXPECT_EQ(cpd::test::CapturedLogs().back().level, 7);
   EXPECT_EQ(cpd::test::CapturedLogs().back().function, "getMappingIndexFromConfig");
+}
+
+// The text is read once, but every lookup in it still says that it cannot be read.
+TEST_F(PolicyStore, EveryLookupInATextThatIsNotJsonLogsRenderFailed) {
+  cpd::test::SetStoredValue(KEY, "{{ not json");
+  auto policy = Started();
+  cpd::test::ClearLogs();
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 0);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(CountLogBody(ErrorBody("render failed")), 3U);
+}
+
+// Each change of the text is what lookups answer from then on.
+TEST_F(PolicyStore, LookupsAnswerTheTextAsEachChangeLeftIt) {
+  cpd::test::SetStoredValue(KEY, "{{ not json");
+  auto policy = Started();
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  policy->SetMappingIndex(0x045e, 0x028e, 2, "Xbox Controller");
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 2);
+  policy->ClearPolicy();
+  cpd::test::ClearLogs();
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 0);
+  EXPECT_EQ(cpd::test::LogBodiesOfThisThread(),
+            (std::vector<std::string>{DebugBody("GetMappingIndex 045e:028e\\n")}));
 }
 
 TEST_F(PolicyStore, StoreAbsentAtStartGivesZeroForEveryModel) {
@@ -385,6 +453,85 @@ TEST_F(PolicyStore, ClearingDropsTheOtherProcessesChoicesToo) {
   const std::string stored = StoredValue(KEY);
   EXPECT_EQ(LookupMappingIndex(stored, "045e:028e").outcome, policy::LookupOutcome::NOT_FOUND);
   EXPECT_EQ(LookupMappingIndex(stored, "054c:0ce6").mappingIndex, 1);
+}
+
+// Holds the store's n-th GetSecure (counted from 1) until the test lets it go, so the test can
+// look at the policy between two write passes.
+std::atomic<int> gReads{0};
+std::atomic<int> gParkAtRead{0};
+std::atomic<int> gParkedAt{0};
+std::atomic<bool> gLetGo{false};
+
+void ParkAtRead(const std::string& operation) {
+  if (operation != "GetSecure") {
+    return;
+  }
+  const int read = ++gReads;
+  if (read != gParkAtRead.load()) {
+    return;
+  }
+  gParkedAt = read;
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(20);
+  while (!gLetGo.exchange(false) && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  gParkedAt = 0;
+}
+
+bool WaitUntilParkedAt(int read) {
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(10);
+  while (gParkedAt.load() != read && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  return gParkedAt.load() == read;
+}
+
+void LetGoAndParkAt(int read) {
+  gParkAtRead = read;
+  gLetGo = true;
+}
+
+std::vector<std::string> WrittenTexts() {
+  std::vector<std::string> texts;
+  for (const StoreCall& call : SetSecureCalls()) {
+    texts.push_back(call.value);
+  }
+  return texts;
+}
+
+// Reads: 1 at start; each write pass reads back, writes, and reads again to see what the store
+// shows. A store one write behind shows a write only after the next one.
+TEST_F(PolicyStore, ChoiceStaysPendingUntilAStoreThatLagsShowsIt) {
+  cpd::test::SetStoreLagging(true);
+  cpd::test::SetStoreCallHook(&ParkAtRead);
+  gParkAtRead = 3;
+  auto policy = Started();
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  ASSERT_TRUE(WaitUntilParkedAt(3));  // the read after the first write, which shows nothing yet
+  policy->SetMappingIndex(0x054c, 0x0ce6, 1, "DualSense Wireless Controller");
+  LetGoAndParkAt(4);
+  ASSERT_TRUE(WaitUntilParkedAt(4));  // the second pass, about to read back
+  EXPECT_EQ(policy->UnstoredChanges(), 2);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(WrittenTexts(), (std::vector<std::string>{ONE_XBOX_ENTRY}));
+  LetGoAndParkAt(6);
+  ASSERT_TRUE(WaitUntilParkedAt(6));  // the third pass: the second write showed only the first
+  EXPECT_EQ(WrittenTexts(), (std::vector<std::string>{ONE_XBOX_ENTRY, XBOX_AND_DUALSENSE}));
+  EXPECT_EQ(policy->UnstoredChanges(), 1);
+  EXPECT_EQ(policy->GetMappingIndex(0x045e, 0x028e), 6);
+  EXPECT_EQ(policy->GetMappingIndex(0x054c, 0x0ce6), 1);
+  LetGoAndParkAt(0);
+  const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(10);
+  while (policy->UnstoredChanges() != 0 && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  EXPECT_EQ(policy->UnstoredChanges(), 0);
+  policy.reset();
+  cpd::test::SetStoreCallHook(nullptr);
+  EXPECT_EQ(WrittenTexts(),
+            (std::vector<std::string>{ONE_XBOX_ENTRY, XBOX_AND_DUALSENSE, XBOX_AND_DUALSENSE}));
+  EXPECT_EQ(CountStoreCalls("GetSecure"), 7U);
+  EXPECT_EQ(StoredValue(KEY), XBOX_AND_DUALSENSE);
 }
 
 // Every wake-up is taken under the watcher's own lock, so none is missed and a change does not
@@ -531,6 +678,37 @@ TEST_F(PolicyStore, ChangeStillRefusedAtTheEndGetsExactlyOneMoreAttempt) {
   policy.reset();
   EXPECT_EQ(CountStoreCalls("SetSecure"), 2U);
   EXPECT_EQ(CountLogBody(ErrorBody("policy change not stored before the end\\n")), 1U);
+  EXPECT_EQ(CountLogBody(WATCHER_EXIT), 1U);
+}
+
+TEST_F(PolicyStore, NoStoreAtStartIsOneErrorLineOfTheLoad) {
+  cpd::test::SetStoreAvailable(false);
+  auto policy = Started();
+  const std::string noStore = ErrorBody("no secure store, starting with an empty policy\\n");
+  ASSERT_EQ(CountLogBody(noStore), 1U);
+  for (const cpd::test::LogLine& line : cpd::test::CapturedLogs()) {
+    if (line.body == noStore) {
+      EXPECT_EQ(line.level, 7);
+      EXPECT_EQ(line.function, "ReadStoredPolicy");
+      EXPECT_EQ(line.thread, std::this_thread::get_id());
+    }
+  }
+}
+
+TEST_F(PolicyStore, ChangeWithoutAStoreAtTheEndIsReportedOnceByTheWatcher) {
+  auto policy = Started();
+  cpd::test::SetStoreAvailable(false);
+  policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
+  policy.reset();
+  const std::string notStored = ErrorBody("policy change not stored before the end\\n");
+  ASSERT_EQ(CountLogBody(notStored), 1U);
+  for (const cpd::test::LogLine& line : cpd::test::CapturedLogs()) {
+    if (line.body == notStored) {
+      EXPECT_EQ(line.level, 7);
+      EXPECT_EQ(line.function, "handlePolicyChangeThread");
+    }
+  }
+  EXPECT_EQ(CountStoreCalls("SetSecure"), 0U);
   EXPECT_EQ(CountLogBody(WATCHER_EXIT), 1U);
 }
 

@@ -8,10 +8,12 @@
 
 namespace {
 
+using cpd::policy::DocumentAnswers;
 using cpd::policy::LookupMappingIndex;
 using cpd::policy::LookupOutcome;
 using cpd::policy::LookupResult;
 using cpd::policy::MakeVidPidKey;
+using cpd::policy::ReadAnswers;
 using cpd::policy::UpdateMappingIndex;
 using cpd::test::ONE_XBOX_ENTRY;
 using cpd::test::XBOX_AND_DUALSENSE;
@@ -99,6 +101,28 @@ TEST(PolicyLookup, ElementsThatAreNotObjectsAreSkipped) {
 TEST(PolicyLookup, NestingBeyondWhatTheReaderFollowsIsRenderFailed) {
   const std::string deep = std::string(5000, '[') + std::string(5000, ']');
   EXPECT_EQ(LookupMappingIndex(deep, XBOX).outcome, LookupOutcome::RENDER_FAILED);
+}
+
+TEST(PolicyLookup, AnswersReadOnceServeEveryModel) {
+  const DocumentAnswers answers = ReadAnswers(XBOX_AND_DUALSENSE);
+  EXPECT_EQ(LookupMappingIndex(answers, XBOX).outcome, LookupOutcome::FOUND);
+  EXPECT_EQ(LookupMappingIndex(answers, XBOX).mappingIndex, 6);
+  EXPECT_EQ(LookupMappingIndex(answers, "054c:0ce6").mappingIndex, 1);
+  EXPECT_EQ(LookupMappingIndex(answers, "ffff:ffff").outcome, LookupOutcome::NOT_FOUND);
+  EXPECT_EQ(LookupMappingIndex(answers, XBOX).mappingIndex, 6);
+}
+
+TEST(PolicyLookup, AnswersOfATextThatIsNotJsonAreRenderFailedForEveryModel) {
+  const DocumentAnswers answers = ReadAnswers("{{ not json");
+  for (const char* model : {XBOX, "054c:0ce6", ""}) {
+    EXPECT_EQ(LookupMappingIndex(answers, model).outcome, LookupOutcome::RENDER_FAILED);
+    EXPECT_EQ(LookupMappingIndex(answers, model).mappingIndex, 0);
+  }
+}
+
+TEST(PolicyLookup, AnswersOfTheEmptyTextAreNoPolicy) {
+  EXPECT_EQ(LookupMappingIndex(ReadAnswers(""), XBOX).outcome, LookupOutcome::EMPTY_DOCUMENT);
+  EXPECT_EQ(LookupMappingIndex(DocumentAnswers{}, XBOX).outcome, LookupOutcome::EMPTY_DOCUMENT);
 }
 
 TEST(PolicyUpdate, EmptyTextBecomesOneEntry) {

@@ -1,6 +1,8 @@
 // The host's choice of layout: recorded for the controller model, applied at once, and
 // remembered when the controller comes back.
 #include <atomic>
+#include <functional>
+#include <string>
 #include <thread>
 
 #include "scenario.h"
@@ -110,6 +112,66 @@ TEST_F(MappingChange, ReplugBringsTheStoredChoiceBack) {
   EXPECT_EQ(CountLogBody(
                 DebugBody("name[generic usb joystick] The joystick has config mappingIndex[3] ")),
             1U);
+}
+
+// Runs `onLookup` on the polling thread each time it looks up the stored choice of the Xbox pad's
+// model, with the number of that look-up (from 1); gone with the guard.
+class XboxLookupHook {
+ public:
+  explicit XboxLookupHook(std::function<void(int lookup)> onLookup) {
+    const std::thread::id testThread = std::this_thread::get_id();
+    SetLogHandler([this, testThread, onLookup](const LogLine& line) {
+      if (line.thread != testThread && line.body == XBOX_LOOKUP) {
+        onLookup(++mLookups);
+      }
+    });
+  }
+  ~XboxLookupHook() { SetLogHandler(nullptr); }
+  XboxLookupHook(const XboxLookupHook&) = delete;
+  XboxLookupHook& operator=(const XboxLookupHook&) = delete;
+
+  int Lookups() const { return mLookups.load(); }
+
+  static inline const std::string XBOX_LOOKUP = DebugBody("GetMappingIndex 045e:0b13\\n");
+
+ private:
+  std::atomic<int> mLookups{0};
+};
+
+TEST_F(MappingChange, ChoiceForAnotherModelDuringAnOpenLeavesTheControllerIdentifiedOnce) {
+  Plug(DUALSENSE_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  std::atomic<int> choices{0};
+  XboxLookupHook hook([&choices](int /*lookup*/) {
+    // The DualSense, opened just before in this pass, holds slot 0.
+    choices += JoysticAPI_SetMapping(0, 4) == 0 ? 1 : 0;
+  });
+  Plug(XBOX_PAD, "/dev/input/event21");
+  ASSERT_TRUE(WaitForDevListUpdates(2));
+  EXPECT_EQ(hook.Lookups(), 1);
+  EXPECT_EQ(choices.load(), 1);
+  EXPECT_EQ(MappingOfSlot(0), 4);
+  EXPECT_EQ(MappingOfSlot(1), 6);
+}
+
+TEST_F(MappingChange, ChoiceForTheSameModelDuringAnOpenIsWhatTheControllerStartsWith) {
+  Plug(XBOX_PAD, "/dev/input/event20");
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  std::atomic<int> choices{0};
+  XboxLookupHook hook([&choices](int lookup) {
+    // The first look-up of this pass is for the pad in slot 0, the second for the new one.
+    if (lookup == 2) {
+      choices += JoysticAPI_SetMapping(0, 3) == 0 ? 1 : 0;
+    }
+  });
+  Plug(XBOX_PAD, "/dev/input/event21");
+  ASSERT_TRUE(WaitForDevListUpdates(2));
+  EXPECT_EQ(hook.Lookups(), 3);
+  EXPECT_EQ(choices.load(), 1);
+  EXPECT_EQ(MappingOfSlot(0), 3);
+  EXPECT_EQ(MappingOfSlot(1), 3);
 }
 
 TEST_F(MappingChange, ChoicesFromAClientThreadWhilePollingAreSafe) {

@@ -21,10 +21,25 @@ struct StoreState {
   double refusalRate = 0.0;
   std::mt19937 random{1};
   bool recording = true;
+  bool lagging = false;
   std::function<void(const std::string&)> hook;
   std::map<std::string, std::string> values;
+  // Each key's value from before the latest SetSecure taken for it: what a lagging store shows.
+  std::map<std::string, std::string> shownWhileLagging;
   std::vector<StoreCall> calls;
 };
+
+std::string ValueOf(const std::map<std::string, std::string>& values, const std::string& key) {
+  const auto found = values.find(key);
+  return found != values.end() ? found->second : "";
+}
+
+std::string ShownValue(const StoreState& state, const std::string& key) {
+  if (state.lagging && state.shownWhileLagging.count(key) != 0) {
+    return state.shownWhileLagging.at(key);
+  }
+  return ValueOf(state.values, key);
+}
 
 // Never destroyed: the policy store's watcher may still write while the process ends.
 StoreState& State() {
@@ -73,6 +88,11 @@ void SetStoreThrowing(bool throwing) {
   State().throwing = throwing;
 }
 
+void SetStoreLagging(bool lagging) {
+  std::lock_guard<std::mutex> lock(State().mutex);
+  State().lagging = lagging;
+}
+
 void SetStoreRecording(bool recording) {
   std::lock_guard<std::mutex> lock(State().mutex);
   State().recording = recording;
@@ -91,6 +111,7 @@ std::map<std::string, std::string> StoredValues() {
 void SetStoredValue(const std::string& key, const std::string& value) {
   std::lock_guard<std::mutex> lock(State().mutex);
   State().values[key] = value;
+  State().shownWhileLagging.erase(key);
 }
 
 std::string StoredValue(const std::string& key) {
@@ -129,8 +150,10 @@ void ResetStore() {
   State().refusalRate = 0.0;
   State().throwing = false;
   State().recording = true;
+  State().lagging = false;
   State().hook = nullptr;
   State().values.clear();
+  State().shownWhileLagging.clear();
   State().calls.clear();
 }
 
@@ -149,8 +172,7 @@ std::string SDConfig::GetSecure(const std::string& key) {
   cpd::test::RunHook("GetSecure");
   cpd::test::StoreState& state = cpd::test::State();
   std::lock_guard<std::mutex> lock(state.mutex);
-  const auto found = state.values.find(key);
-  std::string value = found != state.values.end() && !state.throwing ? found->second : "";
+  std::string value = state.throwing ? "" : cpd::test::ShownValue(state, key);
   cpd::test::Record(state, {"GetSecure", key, value, !state.throwing, std::this_thread::get_id(),
                             std::chrono::steady_clock::now()});
   if (state.throwing) {
@@ -169,6 +191,7 @@ bool SDConfig::SetSecure(const std::string& key, const std::string& value) {
     accepted = std::uniform_real_distribution<double>(0.0, 1.0)(state.random) >= state.refusalRate;
   }
   if (accepted) {
+    state.shownWhileLagging[key] = cpd::test::ValueOf(state.values, key);
     state.values[key] = value;
   }
   cpd::test::Record(state, {"SetSecure", key, value, accepted, std::this_thread::get_id(),

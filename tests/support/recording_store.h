@@ -31,6 +31,11 @@ void SetStoreRefusalRate(double rate, unsigned seed);
 // throwing; nothing is stored.
 void SetStoreThrowing(bool throwing);
 
+// While lagging, GetSecure answers each key with its value from before the latest SetSecure the
+// store took for it, as a write-behind cache or another process's copy of the store may; values
+// set with SetStoredValue are shown at once.
+void SetStoreLagging(bool lagging);
+
 // Whether calls are recorded (the default); a long bench turns it off so the record does not grow.
 void SetStoreRecording(bool recording);
 // Runs at the start of every GetSecure and SetSecure ("GetSecure" or "SetSecure"), on the
@@ -46,7 +51,7 @@ size_t CountStoreCalls(const std::string& operation);
 // Waits until at least `count` calls of `operation` are recorded; false when `timeout` passes.
 bool WaitForStoreCalls(const std::string& operation, size_t count,
                        std::chrono::milliseconds timeout = std::chrono::seconds(10));
-// Forgets values, calls, the hook and the failure and recording settings.
+// Forgets values, calls, the hook and the failure, lag and recording settings.
 void ResetStore();
 
 }  // namespace cpd::test
