@@ -2,7 +2,9 @@
 // receives, and what a listener may not do from inside a callback.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <functional>
 #include <stdexcept>
 #include <thread>
 
@@ -33,6 +35,39 @@ class ListenerFanout : public ::testing::Test {
     JoysticAPI_UnregsisterNotify(&first);
     JoysticAPI_UnregsisterNotify(&second);
   }
+  // Holds a fan-out inside the first listener's callback, runs `action` on a thread of its own,
+  // and tells whether the action finished in the 50 ms before the callback is let go. Both threads
+  // have ended when it returns.
+  bool FinishesWhileFirstIsInACallback(const std::function<void()>& action) {
+    std::atomic<bool> inCallback{false};
+    std::atomic<bool> release{false};
+    first.onCallback = [&] {
+      inCallback = true;
+      while (!release) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+    };
+    std::thread fanout([] {
+      const JoystickDataPacket packet = SamplePacket();
+      JoystickManager::GetInstance()->NotifyData(&packet, 17);
+    });
+    while (!inCallback) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    std::atomic<bool> finished{false};
+    std::thread acting([&] {
+      action();
+      finished = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const bool finishedWhileHeld = finished.load();
+    release = true;
+    fanout.join();
+    acting.join();
+    first.onCallback = nullptr;
+    return finishedWhileHeld;
+  }
+
   TestListener first;
   TestListener second;
 };
@@ -41,8 +76,8 @@ TEST_F(ListenerFanout, DataReachesEveryListenerInRegistrationOrder) {
   JoysticAPI_RegsisterNotify(&first);
   JoysticAPI_RegsisterNotify(&second);
   std::vector<std::string> order;
-  first.onCallback = [&] { order.push_back("first"); };
-  second.onCallback = [&] { order.push_back("second"); };
+  first.onCallback = [&] { order.emplace_back("first"); };
+  second.onCallback = [&] { order.emplace_back("second"); };
 
   const JoystickDataPacket packet = SamplePacket();
   JoystickManager::GetInstance()->NotifyData(&packet, 17);
@@ -130,33 +165,12 @@ TEST_F(ListenerFanout, AThrowingListenerIsLoggedAndTheNextStillCalled) {
 
 TEST_F(ListenerFanout, RegistrationWaitsForARunningCallback) {
   JoysticAPI_RegsisterNotify(&first);
-  std::atomic<bool> inCallback{false};
-  std::atomic<bool> release{false};
-  first.onCallback = [&] {
-    inCallback = true;
-    while (!release) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  };
-  std::thread fanout([&] {
-    const JoystickDataPacket packet = SamplePacket();
-    JoystickManager::GetInstance()->NotifyData(&packet, 17);
-  });
-  while (!inCallback) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  std::atomic<bool> registered{false};
-  std::thread registrar([&] {
+  bool registered = false;
+  EXPECT_FALSE(FinishesWhileFirstIsInACallback([&] {
     JoysticAPI_RegsisterNotify(&second);
     registered = true;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_FALSE(registered.load());
-  release = true;
-  fanout.join();
-  registrar.join();
-  first.onCallback = nullptr;
-  EXPECT_TRUE(registered.load());
+  }));
+  EXPECT_TRUE(registered);
 }
 
 // Once its unregistration has returned, a listener is never called again, so the host may free
@@ -164,32 +178,12 @@ TEST_F(ListenerFanout, RegistrationWaitsForARunningCallback) {
 TEST_F(ListenerFanout, UnregistrationReturnsOnlyAfterItsListenersRunningCallback) {
   JoysticAPI_RegsisterNotify(&first);
   JoysticAPI_RegsisterNotify(&second);
-  std::atomic<bool> inCallback{false};
-  std::atomic<bool> release{false};
-  first.onCallback = [&] {
-    inCallback = true;
-    while (!release) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  };
-  std::thread fanout([&] {
-    const JoystickDataPacket packet = SamplePacket();
-    JoystickManager::GetInstance()->NotifyData(&packet, 17);
-  });
-  while (!inCallback) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  std::atomic<bool> unregistered{false};
-  std::thread leaving([&] {
+  bool unregistered = false;
+  EXPECT_FALSE(FinishesWhileFirstIsInACallback([&] {
     JoysticAPI_UnregsisterNotify(&first);
     unregistered = true;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_FALSE(unregistered.load());
-  release = true;
-  fanout.join();
-  leaving.join();
-  first.onCallback = nullptr;
+  }));
+  EXPECT_TRUE(unregistered);
   const size_t firstCalls = first.PacketCount();
   const JoystickDataPacket packet = SamplePacket();
   JoystickManager::GetInstance()->NotifyData(&packet, 17);

@@ -7,20 +7,11 @@
 #include <cstring>
 #include <string>
 
+#include "gamepad_state.h"
 #include "hex_dump.h"
 #include "joystick_mapping/xbox_gamepad.h"
 
 namespace cpd::test {
-
-struct Gamepad {
-  uint16_t buttons = 0;
-  uint8_t leftTrigger = 0;
-  uint8_t rightTrigger = 0;
-  int16_t lx = 0;
-  int16_t ly = 0;
-  int16_t rx = 0;
-  int16_t ry = 0;
-};
 
 // The bytes as a host reads them, grouped by field: "wButtons bLT bRT LX LY RX RY".
 inline std::string HostBytes(const XboxGamepad& gamepad) {

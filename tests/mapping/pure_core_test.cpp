@@ -1,10 +1,9 @@
 // The pure core on its own: the layout choice, the translation of hand-built raw readings through
 // each layout and through single bindings, the shape of a raw reading, and the device list's
-// summary. No SDL, no log, no thread: every expectation is written down here from the rules, not
-// taken from the library.
+// summary. No SDL, no log, no thread: every expectation is written down by hand from the rules,
+// the layouts' in layout_expectations.h, not taken from the library.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdint>
@@ -18,6 +17,7 @@
 #include "joystick_mapping/layout_choice.h"
 #include "joystick_mapping/layout_table.h"
 #include "joystick_mapping/translation.h"
+#include "layout_expectations.h"
 
 namespace {
 
@@ -26,31 +26,11 @@ using cpd::InputId;
 using cpd::InputType;
 using cpd::RawInputs;
 using cpd::XboxGamepad;
+using cpd::test::Gamepad;
+// Read like the table: A, UP, LEFT_X, SWEEP and the rest by their own names.
+using namespace cpd::test::layout_expectations;
 
-// The gamepad state field by field, printable when an expectation fails.
-struct State {
-  uint16_t buttons = 0;
-  uint8_t leftTrigger = 0;
-  uint8_t rightTrigger = 0;
-  int16_t lx = 0;
-  int16_t ly = 0;
-  int16_t rx = 0;
-  int16_t ry = 0;
-
-  bool operator==(const State& other) const {
-    return buttons == other.buttons && leftTrigger == other.leftTrigger &&
-           rightTrigger == other.rightTrigger && lx == other.lx && ly == other.ly &&
-           rx == other.rx && ry == other.ry;
-  }
-};
-
-void PrintTo(const State& state, std::ostream* out) {
-  *out << "{buttons 0x" << std::hex << state.buttons << std::dec << " LT " << int{state.leftTrigger}
-       << " RT " << int{state.rightTrigger} << " LX " << state.lx << " LY " << state.ly << " RX "
-       << state.rx << " RY " << state.ry << "}";
-}
-
-State Of(const XboxGamepad& gamepad) {
+Gamepad Of(const XboxGamepad& gamepad) {
   return {gamepad.wButtons, gamepad.bLeftTrigger, gamepad.bRightTrigger, gamepad.sThumbLX,
           gamepad.sThumbLY, gamepad.sThumbRX,     gamepad.sThumbRY};
 }
@@ -94,7 +74,7 @@ Bound LayoutBindings(cpd::MappingIndex kind) {
 }
 
 struct Translated {
-  State state;
+  Gamepad state;
   std::vector<Read> pressed;
 };
 
@@ -212,126 +192,12 @@ TEST(LowerCased, LowerCasesAsciiLettersAndKeepsEveryOtherByte) {
 // ---------------------------------------------------------------------------------------------
 // Each layout, translated from hand-built raw readings.
 
-// What a physical input drives. Digital controls are named by their button bit.
-enum Drives : int {
-  NOTHING = 0,
-  UP = 0x0001,
-  DOWN = 0x0002,
-  LEFT = 0x0004,
-  RIGHT = 0x0008,
-  START = 0x0010,
-  BACK = 0x0020,
-  L_THUMB = 0x0040,
-  R_THUMB = 0x0080,
-  L_SHOULDER = 0x0100,
-  R_SHOULDER = 0x0200,
-  A = 0x1000,
-  B = 0x2000,
-  X = 0x4000,
-  Y = 0x8000,
-  L_TRIGGER = 0x10000,
-  R_TRIGGER = 0x20000,
-};
-
 // The controls a layout reads from buttons, in the order the translation reads them.
 constexpr std::array<Drives, 16> READING_ORDER = {
     UP,         DOWN,       LEFT, RIGHT, START, BACK, L_THUMB,   R_THUMB,
     L_SHOULDER, R_SHOULDER, A,    B,     X,     Y,    L_TRIGGER, R_TRIGGER};
 
-enum AxisRole { LEFT_X, LEFT_Y, RIGHT_X, RIGHT_Y, TRIGGER_L, TRIGGER_R, UNUSED };
-
-struct Counts {
-  int32_t axes;
-  int32_t buttons;
-  int32_t hats;
-};
-
-struct Layout {
-  const char* label;
-  cpd::MappingIndex kind;
-  std::array<Drives, 15> buttons;
-  bool hatDpad;
-  std::array<AxisRole, 6> axes;
-  Counts counts;
-};
-
-void PrintTo(const Layout& layout, std::ostream* out) {
-  *out << layout.label;
-}
-
-constexpr std::array<AxisRole, 6> STANDARD_AXES = {LEFT_X,  LEFT_Y,    RIGHT_X,
-                                                   RIGHT_Y, TRIGGER_L, TRIGGER_R};
-
-// clang-format off
-const std::array<Layout, 6> LAYOUTS = {{
-  {"Xbox", cpd::MAPPING_XBOX,
-   {A, B, X, Y, L_SHOULDER, R_SHOULDER, BACK, START, L_THUMB, R_THUMB, NOTHING, NOTHING, NOTHING, NOTHING, NOTHING},
-   true, STANDARD_AXES, {6, 10, 1}},
-  {"Switch", cpd::MAPPING_SWITCH_MOD1,
-   {B, A, Y, X, BACK, NOTHING, START, L_THUMB, R_THUMB, L_SHOULDER, R_SHOULDER, UP, DOWN, LEFT, RIGHT},
-   false, STANDARD_AXES, {6, 15, 0}},
-  {"Switch2", cpd::MAPPING_SWITCH_MOD2,
-   {A, B, X, Y, BACK, NOTHING, START, L_THUMB, R_THUMB, L_SHOULDER, R_SHOULDER, UP, DOWN, LEFT, RIGHT},
-   false, STANDARD_AXES, {6, 15, 0}},
-  {"Logic", cpd::MAPPING_LOGIC,
-   {X, A, B, Y, L_SHOULDER, R_SHOULDER, L_TRIGGER, R_TRIGGER, BACK, START, L_THUMB, R_THUMB, NOTHING, NOTHING, NOTHING},
-   true, {LEFT_X, LEFT_Y, RIGHT_X, RIGHT_Y, UNUSED, UNUSED}, {4, 12, 1}},
-  {"DualSense", cpd::MAPPING_PS,
-   {A, B, X, Y, BACK, NOTHING, START, L_THUMB, R_THUMB, L_SHOULDER, R_SHOULDER, UP, DOWN, LEFT, RIGHT},
-   false, STANDARD_AXES, {6, 15, 0}},
-  {"Android", cpd::MAPPING_ANDROID,
-   {A, B, NOTHING, X, Y, NOTHING, L_SHOULDER, R_SHOULDER, NOTHING, NOTHING, BACK, START, NOTHING, L_THUMB, R_THUMB},
-   true, {LEFT_X, LEFT_Y, RIGHT_X, RIGHT_Y, TRIGGER_R, TRIGGER_L}, {6, 15, 1}},
-}};
-
-// The readings every axis is swept over, and what each kind of axis makes of them: the magnitude
-// drops one count, so the positive end reads 32766 and the negative end 32767.
-const std::vector<int16_t> SWEEP =   {-32768, -3002, -3001, -2, -1, 0, 1,  2,   65,  66,  3001,  3002,  32766,  32767};
-const std::vector<int16_t> STICK_X = {-32767, -3001, -3000, -1,  0, 0, 0,  1,   64,  65,  3000,  3001,  32765,  32766};
-const std::vector<int16_t> STICK_Y = { 32767,  3001,  3000,  1,  0, 0, 0, -1,  -64, -65, -3000, -3001, -32765, -32766};
-const std::vector<uint8_t> TRIGGER = {     0,     0,     0,  0,  0, 0, 0,  0,    0,   1,    23,    23,    255,    255};
-// clang-format on
-
-State FullPress(Drives drives) {
-  State state;
-  if (drives == L_TRIGGER) {
-    state.leftTrigger = 255;
-  } else if (drives == R_TRIGGER) {
-    state.rightTrigger = 255;
-  } else {
-    state.buttons = static_cast<uint16_t>(drives);
-  }
-  return state;
-}
-
-State Swept(AxisRole role, size_t step) {
-  State state;
-  switch (role) {
-    case LEFT_X:
-      state.lx = STICK_X[step];
-      break;
-    case LEFT_Y:
-      state.ly = STICK_Y[step];
-      break;
-    case RIGHT_X:
-      state.rx = STICK_X[step];
-      break;
-    case RIGHT_Y:
-      state.ry = STICK_Y[step];
-      break;
-    case TRIGGER_L:
-      state.leftTrigger = TRIGGER[step];
-      break;
-    case TRIGGER_R:
-      state.rightTrigger = TRIGGER[step];
-      break;
-    case UNUSED:
-      break;
-  }
-  return state;
-}
-
-class PureLayout : public ::testing::TestWithParam<Layout> {
+class PureLayout : public ::testing::TestWithParam<LayoutExpectation> {
  protected:
   void SetUp() override {
     mBound = LayoutBindings(GetParam().kind);
@@ -360,7 +226,7 @@ TEST_P(PureLayout, RawReadingIsShapedToTheHighestNumberOfEachKind) {
 
 TEST_P(PureLayout, AtRestEverythingIsZeroAndNothingIsListed) {
   const Translated translated = Translate(mRaw, mBound);
-  EXPECT_EQ(translated.state, State{});
+  EXPECT_EQ(translated.state, Gamepad{});
   EXPECT_TRUE(translated.pressed.empty());
 }
 
@@ -389,8 +255,7 @@ TEST_P(PureLayout, EachHatDirectionAloneDrivesItsDpadControlAndIsListedPerDpadCo
     EXPECT_EQ(translated.state, FullPress(GetParam().hatDpad ? drives : NOTHING)) << bit;
     std::vector<Read> listed;
     if (GetParam().hatDpad) {
-      // Every d-pad control on the hat lists what it read, in control order, pressed or not.
-      for (const int32_t mapValue : {1, 4, 8, 2}) {
+      for (const int32_t mapValue : DPAD_HAT_BITS) {
         listed.push_back({true, 0, bit, mapValue});
       }
     }
@@ -416,28 +281,19 @@ TEST_P(PureLayout, EverythingPressedAtOnceCombinesAndListsInReadingOrder) {
   raw.buttons.values.fill(1);
   raw.hats.values.fill(1 | 4);  // up and down at once: each bit counts on its own
   raw.axes.values.fill(32767);
-  State expected;
+  Gamepad expected;
   for (const Drives drives : GetParam().buttons) {
-    const State one = FullPress(drives);
-    expected.buttons = static_cast<uint16_t>(expected.buttons | one.buttons);
-    expected.leftTrigger = std::max(expected.leftTrigger, one.leftTrigger);
-    expected.rightTrigger = std::max(expected.rightTrigger, one.rightTrigger);
+    expected = Combined(expected, FullPress(drives));
   }
   std::vector<Read> listed;
   if (GetParam().hatDpad) {
-    expected.buttons = static_cast<uint16_t>(expected.buttons | UP | DOWN);
-    for (const int32_t mapValue : {1, 4, 8, 2}) {
+    expected = Combined(expected, Combined(FullPress(UP), FullPress(DOWN)));
+    for (const int32_t mapValue : DPAD_HAT_BITS) {
       listed.push_back({true, 0, 1 | 4, mapValue});
     }
   }
   for (const AxisRole role : GetParam().axes) {
-    const State one = Swept(role, SWEEP.size() - 1);
-    expected.leftTrigger = std::max(expected.leftTrigger, one.leftTrigger);
-    expected.rightTrigger = std::max(expected.rightTrigger, one.rightTrigger);
-    expected.lx = static_cast<int16_t>(expected.lx + one.lx);
-    expected.ly = static_cast<int16_t>(expected.ly + one.ly);
-    expected.rx = static_cast<int16_t>(expected.rx + one.rx);
-    expected.ry = static_cast<int16_t>(expected.ry + one.ry);
+    expected = Combined(expected, Swept(role, SWEEP.size() - 1));
   }
   for (const Drives control : READING_ORDER) {
     for (size_t button = 0; button < GetParam().buttons.size(); ++button) {
@@ -451,8 +307,8 @@ TEST_P(PureLayout, EverythingPressedAtOnceCombinesAndListsInReadingOrder) {
   EXPECT_EQ(translated.pressed, listed);
 }
 
-INSTANTIATE_TEST_SUITE_P(SixLayouts, PureLayout, ::testing::ValuesIn(LAYOUTS),
-                         [](const ::testing::TestParamInfo<Layout>& param) {
+INSTANTIATE_TEST_SUITE_P(SixLayouts, PureLayout, ::testing::ValuesIn(LAYOUT_EXPECTATIONS),
+                         [](const ::testing::TestParamInfo<LayoutExpectation>& param) {
                            return std::string(param.param.label);
                          });
 
@@ -478,7 +334,7 @@ TEST(TranslateReport, AnAxisPressesADigitalControlOnlyPastAMagnitudeOf3000OnItsO
   // clang-format on
   for (const auto& [value, bits] : cases) {
     const Translated translated = Translate(WithAxis(0, value), bound);
-    EXPECT_EQ(translated.state, State{bits}) << value;
+    EXPECT_EQ(translated.state, Gamepad{bits}) << value;
     EXPECT_TRUE(translated.pressed.empty()) << value;
   }
 }
@@ -492,13 +348,13 @@ TEST(TranslateReport, AnAxisDrivesATriggerByItsMagnitudeRoundedOnItsOwnHalfOnly)
       {194, 2}, {16385, 128}, {32766, 255}, {32767, 255}, {-1, 0}, {-32768, 0},
   };
   for (const auto& [value, trigger] : cases) {
-    EXPECT_EQ(Translate(WithAxis(0, value), bound).state, (State{0, trigger})) << value;
+    EXPECT_EQ(Translate(WithAxis(0, value), bound).state, (Gamepad{0, trigger})) << value;
     if (value > 0) {
       // The right trigger reads the negative half of its axis.
-      EXPECT_EQ(Translate(WithAxis(1, -value), bound).state, (State{0, 0, trigger})) << -value;
+      EXPECT_EQ(Translate(WithAxis(1, -value), bound).state, (Gamepad{0, 0, trigger})) << -value;
     }
   }
-  EXPECT_EQ(Translate(WithAxis(1, -32768), bound).state, (State{0, 0, 255}));
+  EXPECT_EQ(Translate(WithAxis(1, -32768), bound).state, (Gamepad{0, 0, 255}));
 }
 
 TEST(TranslateReport, HatsAndButtonsDriveTriggersAndSticksToTheFullEnd) {
@@ -511,13 +367,13 @@ TEST(TranslateReport, HatsAndButtonsDriveTriggersAndSticksToTheFullEnd) {
   RawInputs raw;
   raw.buttons.count = 3;
   raw.hats.count = 1;
-  EXPECT_EQ(Translate(raw, bound).state, State{});
+  EXPECT_EQ(Translate(raw, bound).state, Gamepad{});
   raw.hats.values[0] = 8 | 1;
   raw.buttons.values = {1, 1, 1};
-  EXPECT_EQ(Translate(raw, bound).state, (State{0, 255, 255, -32767, 32767, 32767, 0}));
+  EXPECT_EQ(Translate(raw, bound).state, (Gamepad{0, 255, 255, -32767, 32767, 32767, 0}));
   raw.hats.values[0] = 4;
   raw.buttons.values = {0, 0, 0};
-  EXPECT_EQ(Translate(raw, bound).state, (State{0, 0, 0, 0, 0, 0, -32767}));
+  EXPECT_EQ(Translate(raw, bound).state, (Gamepad{0, 0, 0, 0, 0, 0, -32767}));
 }
 
 TEST(TranslateReport, TheDpadFollowsEachBitOfTheHat) {
@@ -536,7 +392,7 @@ TEST(TranslateReport, TheDpadFollowsEachBitOfTheHat) {
     RawInputs raw;
     raw.hats.count = 1;
     raw.hats.values[0] = hat;
-    EXPECT_EQ(Translate(raw, bound).state, State{bits}) << hat;
+    EXPECT_EQ(Translate(raw, bound).state, Gamepad{bits}) << hat;
   }
 }
 
@@ -546,11 +402,11 @@ TEST(TranslateReport, ALaterControlOverwritesAnEarlierOneOnTheSameFieldOnlyWhenA
   RawInputs raw;
   raw.buttons.count = 2;
   raw.buttons.values = {1, 0};
-  EXPECT_EQ(Translate(raw, bound).state, (State{0, 0, 0, -32767}));
+  EXPECT_EQ(Translate(raw, bound).state, (Gamepad{0, 0, 0, -32767}));
   raw.buttons.values = {1, 1};
-  EXPECT_EQ(Translate(raw, bound).state, (State{0, 0, 0, 32767}));
+  EXPECT_EQ(Translate(raw, bound).state, (Gamepad{0, 0, 0, 32767}));
   raw.buttons.values = {0, 1};
-  EXPECT_EQ(Translate(raw, bound).state, (State{0, 0, 0, 32767}));
+  EXPECT_EQ(Translate(raw, bound).state, (Gamepad{0, 0, 0, 32767}));
 }
 
 TEST(TranslateReport, PressedReadsCarryTheReadingAndTheBindingValue) {
@@ -562,7 +418,7 @@ TEST(TranslateReport, PressedReadsCarryTheReadingAndTheBindingValue) {
   raw.buttons.count = 4;
   raw.buttons.values[3] = 1;
   const Translated translated = Translate(raw, bound);
-  EXPECT_EQ(translated.state, State{Y});
+  EXPECT_EQ(translated.state, Gamepad{Y});
   EXPECT_EQ(translated.pressed, (std::vector<Read>{{true, 1, 4, 1}, {false, 3, 1, 7}}));
 }
 
@@ -579,7 +435,7 @@ TEST(TranslateReport, WithoutAListTheStateIsTheSameAndAGivenListIsReplaced) {
   pressed.reserve(64);
   XboxGamepad with;
   cpd::TranslateReport(raw, bound.snapshot, bound.inputs, with, &pressed);
-  const State expected{
+  const Gamepad expected{
       RIGHT | START | BACK | L_THUMB | R_THUMB | L_SHOULDER | R_SHOULDER | A | B | X | Y,
       1,
       255,
@@ -616,7 +472,7 @@ TEST(TranslateReport, NumbersOutsideTheReadingReadZero) {
     raw.hats.values.fill(0xF);
     raw.axes.values.fill(-32768);
     const Translated translated = Translate(raw, bound);
-    EXPECT_EQ(translated.state, State{}) << item.index << " of " << item.count;
+    EXPECT_EQ(translated.state, Gamepad{}) << item.index << " of " << item.count;
     EXPECT_TRUE(translated.pressed.empty()) << item.index << " of " << item.count;
   }
 }
@@ -644,7 +500,7 @@ TEST(TranslateReport, UnboundGroupOnlyUnknownTypesAndControlsOutsideTheStateRead
   XboxGamepad gamepad;
   std::vector<cpd::PressedRead> pressed;
   cpd::TranslateReport(raw, snapshot, inputs, gamepad, &pressed);
-  EXPECT_EQ(Of(gamepad), State{});
+  EXPECT_EQ(Of(gamepad), Gamepad{});
   EXPECT_TRUE(pressed.empty());
 }
 
@@ -658,7 +514,7 @@ TEST(TranslateReport, TheWholeStateIsOverwritten) {
   gamepad.bRightTrigger = 9;
   gamepad.sThumbLX = gamepad.sThumbLY = gamepad.sThumbRX = gamepad.sThumbRY = -5;
   cpd::TranslateReport(raw, bound.snapshot, bound.inputs, gamepad, nullptr);
-  EXPECT_EQ(Of(gamepad), State{});
+  EXPECT_EQ(Of(gamepad), Gamepad{});
 }
 
 // ---------------------------------------------------------------------------------------------
