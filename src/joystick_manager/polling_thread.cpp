@@ -265,10 +265,12 @@ void JoystickManager::TakePollSnapshot(int32_t sdlIndex, PollSnapshot& snapshot)
     snapshot.name.assign(device.name);
     snapshot.lastGamepad = device.lastGamepad;
     snapshot.mappingVersion = 0;
+    snapshot.reader.ReserveForEveryControl();
   }
   if (snapshot.mappingVersion != mMappingVersion) {
     GetMappedInputs(device.mapping.bindings, snapshot.inputs);
     snapshot.bindings = SnapshotOf(device.mapping.bindings);
+    snapshot.reader.Shape(snapshot.bindings, snapshot.inputs);
     snapshot.mappingVersion = mMappingVersion;
   }
   snapshot.kind = PollSnapshot::Ready;

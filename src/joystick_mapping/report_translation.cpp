@@ -46,13 +46,14 @@ void ReadRawInputs(SDL_Joystick* joystick, RawInputs& raw) {
 
 void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<InputId>& inputs,
                              XboxGamepad& gamepad) {
+  const BindingSnapshot bindings = SnapshotOf(device.mapping.bindings);
   ReportReader reader;
-  reader.Read(device._ptr, SnapshotOf(device.mapping.bindings), inputs, gamepad);
+  reader.Shape(bindings, inputs);
+  reader.Read(device._ptr, bindings, inputs, gamepad);
 }
 
 void ReportReader::Read(SDL_Joystick* joystick, const BindingSnapshot& bindings,
                         const std::vector<InputId>& inputs, XboxGamepad& gamepad, bool logReads) {
-  ShapeRawInputs(bindings, inputs, mRaw);
   ReadRawInputs(joystick, mRaw);
   TranslateReport(mRaw, bindings, inputs, gamepad, logReads ? &mPressed : nullptr);
   if (logReads) {

@@ -20,13 +20,20 @@ void GetXboxReportFromSDLmap(const JoystickDevice& device, const std::vector<Inp
 
 // GetXboxReportFromSDLmap over bindings copied earlier, for the poller, which must not hold the
 // device record while SDL is read and the translation's lines are logged. Keeps its buffers from
-// one report to the next, so a poll allocates nothing.
+// one report to the next, so a poll allocates nothing, and reads only what the bindings it was
+// last shaped for reach.
 class ReportReader {
  public:
-  ReportReader() { mPressed.reserve(INPUT_ID_COUNT); }
+  // Makes room for a pressed read of every control, so no later report allocates.
+  void ReserveForEveryControl() { mPressed.reserve(INPUT_ID_COUNT); }
 
-  // Without `logReads` the lines of pressed buttons and hats are left out (a poller faster than
-  // 30 ms logs them only once a period).
+  // Sizes the raw reading for `inputs` through `bindings`; again whenever they change.
+  void Shape(const BindingSnapshot& bindings, const std::vector<InputId>& inputs) {
+    ShapeRawInputs(bindings, inputs, mRaw);
+  }
+
+  // Reads and translates. Without `logReads` the lines of pressed buttons and hats are left out
+  // (a poller faster than 30 ms logs them only once a period).
   void Read(SDL_Joystick* joystick, const BindingSnapshot& bindings,
             const std::vector<InputId>& inputs, XboxGamepad& gamepad, bool logReads = true);
 

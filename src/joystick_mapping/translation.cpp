@@ -99,9 +99,9 @@ ControlReading FromAxis(InputId id, int32_t axis, int32_t bindingValue) {
 
 // The highest number a kind of input is read at, plus one, kept within the capacity: a number
 // beyond it reads 0, like a number the controller does not have.
-void Reach(RawInputs::Kind& kind, int32_t number) {
-  if (number >= 0 && number < RAW_INPUT_CAPACITY) {
-    kind.count = std::max(kind.count, number + 1);
+void Reach(int32_t& count, int32_t number) {
+  if (number >= 0 && number < RAW_INPUT_CAPACITY && number >= count) {
+    count = number + 1;
   }
 }
 
@@ -132,31 +132,41 @@ void GetMappedInputs(const std::map<InputId, InputBinding>& bindings,
 
 void ShapeRawInputs(const BindingSnapshot& bindings, const std::vector<InputId>& inputs,
                     RawInputs& raw) {
-  raw.axes.count = raw.buttons.count = raw.hats.count = 0;
+  // Counted in locals: the reading's own counts may alias the bindings' numbers.
+  int32_t axes = 0;
+  int32_t buttons = 0;
+  int32_t hats = 0;
   for (const InputId id : inputs) {
     const auto slot = static_cast<uint32_t>(id);
-    const InputBinding binding = slot < INPUT_ID_COUNT ? bindings[slot] : InputBinding{};
+    if (slot >= INPUT_ID_COUNT) {
+      continue;
+    }
+    const InputBinding& binding = bindings[slot];
     switch (binding.type) {
       case InputType::DPAD:
-        Reach(raw.hats, binding.index);
+        Reach(hats, binding.index);
         break;
       case InputType::STICK:
       case InputType::TRIGGER:
-        Reach(raw.axes, binding.index);
+        Reach(axes, binding.index);
         break;
       case InputType::BUTTON:
-        Reach(raw.buttons, binding.index);
+        Reach(buttons, binding.index);
         break;
       default:
         break;
     }
   }
+  raw.axes.count = axes;
+  raw.buttons.count = buttons;
+  raw.hats.count = hats;
 }
 
 void TranslateReport(const RawInputs& raw, const BindingSnapshot& bindings,
                      const std::vector<InputId>& inputs, XboxGamepad& gamepad,
                      std::vector<PressedRead>* pressed) {
-  gamepad = XboxGamepad{};
+  // Built in a local: the state's byte fields may alias the reading, the bindings and the list.
+  XboxGamepad state;
   if (pressed != nullptr) {
     pressed->clear();
   }
@@ -169,25 +179,26 @@ void TranslateReport(const RawInputs& raw, const BindingSnapshot& bindings,
         if (hat != 0 && pressed != nullptr) {
           pressed->push_back({true, binding.index, hat, binding.value});
         }
-        WriteControl(gamepad, id, FromHat((binding.value & hat) != 0));
+        WriteControl(state, id, FromHat((binding.value & hat) != 0));
         break;
       }
       case InputType::STICK:
       case InputType::TRIGGER:
-        WriteControl(gamepad, id, FromAxis(id, raw.axes.At(binding.index), binding.value));
+        WriteControl(state, id, FromAxis(id, raw.axes.At(binding.index), binding.value));
         break;
       case InputType::BUTTON: {
         const int32_t button = raw.buttons.At(binding.index);
         if (button > 0 && pressed != nullptr) {
           pressed->push_back({false, binding.index, button, binding.value});
         }
-        WriteControl(gamepad, id, FromButton(button));
+        WriteControl(state, id, FromButton(button));
         break;
       }
       default:
         break;
     }
   }
+  gamepad = state;
 }
 
 bool sameSign(int32_t axisValue, int32_t bindingValue) {

@@ -33,9 +33,9 @@ struct RawInputs {
     int32_t count = 0;
 
     int32_t At(int32_t number) const {
-      return number >= 0 && number < count && number < RAW_INPUT_CAPACITY
-                 ? values[static_cast<size_t>(number)]
-                 : 0;
+      // Unsigned, so a negative number is out of range too.
+      const auto at = static_cast<uint32_t>(number);
+      return at < static_cast<uint32_t>(count) && at < values.size() ? values[at] : 0;
     }
   };
   Kind axes;     // -32768 .. 32767
