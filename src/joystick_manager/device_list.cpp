@@ -64,7 +64,7 @@ int32_t JoystickManager::UpdateJoystickDevList() {
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     listed = ListDevices(Joysticks);
-    oldSize = static_cast<int32_t>(mDevList->size());
+    oldSize = mDevList ? static_cast<int32_t>(mDevList->size()) : 0;
     PublishDevList();
     mRunListed = true;
     newSize = static_cast<int32_t>(mDevList->size());
@@ -97,7 +97,7 @@ std::list<_CpdJoystickDeviceInfo> JoystickManager::GetDevList() {
     std::lock_guard<std::mutex> lock(mStateMutex);
     published = mDevList;
   }
-  return *published;
+  return published ? *published : std::list<_CpdJoystickDeviceInfo>();
 }
 
 }  // namespace cpd

@@ -186,11 +186,11 @@ class JoystickManager {
   // SDL device index to the controller opened at it, for the current polling run.
   std::map<int32_t, JoystickDevice> Joysticks;
   // The device list hosts read: built whole from the records by PublishDevList and swapped in,
-  // never edited; a reader copies it outside the lock. Guarded by mStateMutex, like the flag
-  // that says whether it was built from this run's records yet (a layout change during the open
-  // pass shows when the run publishes its list).
-  std::shared_ptr<const std::list<_CpdJoystickDeviceInfo>> mDevList =
-      std::make_shared<const std::list<_CpdJoystickDeviceInfo>>();
+  // never edited; a reader copies it outside the lock. Null until the first list and after the
+  // teardown (an empty list): the manager is never destroyed, so at unload it must hold nothing.
+  // Guarded by mStateMutex, like the flag that says whether it was built from this run's records
+  // yet (a layout change during the open pass shows when the run publishes its list).
+  std::shared_ptr<const std::list<_CpdJoystickDeviceInfo>> mDevList;
   bool mRunListed = false;
 
   // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.

@@ -135,7 +135,7 @@ void JoystickManager::ReleaseState() {
   {
     std::lock_guard<std::mutex> lock(mStateMutex);
     Joysticks.clear();
-    mDevList = std::make_shared<const std::list<_CpdJoystickDeviceInfo>>();
+    mDevList.reset();
     mMappingList.clear();
     mChoicesByModel.clear();
   }
