@@ -48,6 +48,29 @@ void sim_set_hat(int id, int hat, uint8_t bits);
 typedef void (*sim_update_hook)(void* context, uint64_t update_number);
 void sim_set_update_hook(sim_update_hook hook, void* context);
 
+/* Motors. A controller has none unless its model has them (sim_plug_model) or it is given them
+ * here before it is opened. SDL_JoystickHasRumble reports them and SDL_JoystickRumble drives them
+ * as SDL2 does: the speeds hold until the call's duration runs out (checked in each
+ * SDL_JoystickUpdate), a call with the speeds already running only extends the duration, and
+ * closing a handle whose motors run stops them. Without motors, SDL_JoystickRumble fails. */
+void sim_set_motors(int id, int present);
+
+/* Why a controller's motor speeds changed. */
+enum { SIM_MOTORS_SET = 0, SIM_MOTORS_EXPIRED = 1, SIM_MOTORS_CLOSED = 2 };
+typedef struct sim_motor_change {
+  uint16_t low;
+  uint16_t high;
+  int cause;          /* SIM_MOTORS_SET, SIM_MOTORS_EXPIRED or SIM_MOTORS_CLOSED */
+  uint64_t at_micros; /* steady-clock time of the change, in microseconds */
+} sim_motor_change;
+
+/* The speeds the controller's motors run at now; returns 1 when it has motors, else 0 (and the
+ * speeds read 0). */
+int sim_motors(int id, uint16_t* low, uint16_t* high);
+/* Copies up to `capacity` of the controller's speed changes, oldest first, and returns how many
+ * there are. A call that leaves the speeds as they are is no change. */
+size_t sim_motor_changes(int id, sim_motor_change* out, size_t capacity);
+
 /* The next SDL_Init (or SDL_JoystickOpen) fails once, and SDL_GetError then gives `error`. */
 void sim_fail_next_init(const char* error);
 void sim_fail_next_open(const char* error);
@@ -91,6 +114,14 @@ inline std::vector<sim_call> Journal() {
   const size_t total = sim_journal(calls.data(), calls.size());
   calls.resize(total < calls.size() ? total : calls.size());
   return calls;
+}
+
+/* Every speed change of one controller, for C++ tests. */
+inline std::vector<sim_motor_change> MotorChanges(int id) {
+  std::vector<sim_motor_change> changes(sim_motor_changes(id, nullptr, 0) + 64);
+  const size_t total = sim_motor_changes(id, changes.data(), changes.size());
+  changes.resize(total < changes.size() ? total : changes.size());
+  return changes;
 }
 
 }  // namespace sim

@@ -18,6 +18,7 @@
 #define CPD_VIRTUAL_PADS_H
 
 /* NOLINTBEGIN(modernize-deprecated-headers, modernize-use-using) */
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -39,6 +40,22 @@ int vpad_attached(int id);
 void vpad_set_axis(int id, int axis, int16_t value);
 void vpad_set_button(int id, int button, int pressed);
 void vpad_set_hat(int id, int hat, uint8_t bits);
+
+/* Gives pad `id` motors from its next plug on: SDL's virtual joystick then takes a rumble
+ * callback, SDL_JoystickHasRumble reports it, and every speed change SDL makes (a rumble call
+ * with new speeds, the end of a rumble's duration, a close while it runs) is recorded. */
+void vpad_set_motors(int id, int present);
+
+/* One speed change SDL made to a pad's motors. */
+typedef struct vpad_motor_change {
+  uint16_t low;
+  uint16_t high;
+  uint64_t at_micros; /* steady-clock time of the change, in microseconds */
+} vpad_motor_change;
+
+/* Copies up to `capacity` of pad `id`'s speed changes since it was last plugged, oldest first,
+ * and returns how many there are. */
+size_t vpad_motor_changes(int id, vpad_motor_change* out, size_t capacity);
 
 /* Unplugs every pad and releases every input. */
 void vpad_reset(void);
