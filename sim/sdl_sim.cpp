@@ -8,20 +8,34 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 struct Inputs {
   std::vector<Sint16> axes;
   std::vector<Uint8> buttons;
   std::vector<Uint8> hats;
+};
+
+// SDL keeps the speeds and the rumble's end on its one joystick object per device, shared by every
+// open of it, so they live with the device here.
+struct Motors {
+  bool present = false;
+  Uint16 low = 0;
+  Uint16 high = 0;
+  std::optional<Clock::time_point> expiry;  // armed only while a timed rumble runs
+  std::vector<sim_motor_change> changes;
 };
 
 struct Device {
@@ -38,6 +52,7 @@ struct Device {
   bool plugged = true;
   Inputs pending;    // what the script set
   Inputs published;  // what SDL reports, copied from pending at each update
+  Motors motors;
 };
 
 }  // namespace
@@ -198,6 +213,94 @@ int Add(std::unique_ptr<Device> device) {
   return Sim().devices.back()->id;
 }
 
+// SDL's own words for a rumble it cannot pass on.
+constexpr const char* INVALID_JOYSTICK = "Parameter 'joystick' is invalid";
+constexpr const char* DISCONNECTED = "Rumble failed, device disconnected";
+constexpr const char* UNSUPPORTED = "That operation is not supported";
+// SDL caps every rumble's duration at this.
+constexpr Uint32 MAX_RUMBLE_MS = 0xFFFF;
+
+uint64_t Micros(Clock::time_point at) {
+  return static_cast<uint64_t>(
+      std::chrono::duration_cast<std::chrono::microseconds>(at.time_since_epoch()).count());
+}
+
+void SetSpeeds(Motors& motors, Uint16 low, Uint16 high, int cause, Clock::time_point now) {
+  if (low == motors.low && high == motors.high) {
+    return;
+  }
+  motors.low = low;
+  motors.high = high;
+  motors.changes.push_back(sim_motor_change{low, high, cause, Micros(now)});
+}
+
+// SDL ends a timed rumble itself (a rumble at 0, 0) when it runs out or its joystick closes; one
+// without a duration runs until the program stops it.
+void StopTimedRumble(Motors& motors, int cause, Clock::time_point now) {
+  if (motors.expiry) {
+    SetSpeeds(motors, 0, 0, cause, now);
+    motors.expiry.reset();
+  }
+}
+
+// Why the device cannot take new speeds, or null when it can.
+const char* RumbleRefusal(SDL_Joystick* joystick) {
+  if (LiveDevice(joystick) == nullptr) {
+    return DISCONNECTED;
+  }
+  return joystick->device->motors.present ? nullptr : UNSUPPORTED;
+}
+
+// Speeds that already run never reach SDL's driver, so even a pad without motors, or a detached
+// one, accepts them; only their duration changes.
+int Rumble(SDL_Joystick* joystick, Uint16 low, Uint16 high, Uint32 durationMs) {
+  if (joystick == nullptr || !joystick->open) {
+    tLastError = INVALID_JOYSTICK;
+    return -1;
+  }
+  Motors& motors = joystick->device->motors;
+  const Clock::time_point now = Clock::now();
+  if (low != motors.low || high != motors.high) {
+    if (const char* refusal = RumbleRefusal(joystick)) {
+      tLastError = refusal;
+      return -1;
+    }
+    SetSpeeds(motors, low, high, SIM_MOTORS_SET, now);
+  }
+  motors.expiry.reset();
+  if ((low != 0 || high != 0) && durationMs != 0) {
+    motors.expiry = now + std::chrono::milliseconds(std::min(durationMs, MAX_RUMBLE_MS));
+  }
+  return 0;
+}
+
+void ExpireRumbles(Clock::time_point now) {
+  for (const auto& device : Sim().devices) {
+    Motors& motors = device->motors;
+    if (device->plugged && motors.expiry && now >= *motors.expiry) {
+      StopTimedRumble(motors, SIM_MOTORS_EXPIRED, now);
+    }
+  }
+}
+
+bool HasOpenHandle(const Device* device) {
+  return std::any_of(Sim().handles.begin(), Sim().handles.end(),
+                     [&](const auto& handle) { return handle->open && handle->device == device; });
+}
+
+// Every open of a device shares SDL's one joystick object, which stops a timed rumble when the
+// last of them closes; a detached device is out of its reach.
+void CloseHandle(SDL_Joystick* joystick) {
+  if (joystick == nullptr || !joystick->open) {
+    return;
+  }
+  joystick->open = false;
+  Device* device = joystick->device;
+  if (device->plugged && !HasOpenHandle(device)) {
+    StopTimedRumble(device->motors, SIM_MOTORS_CLOSED, Clock::now());
+  }
+}
+
 }  // namespace
 
 // ---- script side ----------------------------------------------------------------------------
@@ -216,8 +319,12 @@ int sim_plug_model(const char* key, const char* path) {
   if (model == nullptr) {
     return -1;
   }
-  return sim_plug(model->name, path, model->vid, model->pid, model->axes, model->buttons,
-                  model->hats);
+  auto device = NewDevice(model->name, path, model->vid, model->pid, model->axes, model->buttons,
+                          model->hats);
+  // Given before it is listed, so that no open can find it without them.
+  device->motors.present = model->motors;
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  return Add(std::move(device));
 }
 
 int sim_replug(int id) {
@@ -227,9 +334,11 @@ int sim_replug(int id) {
     return -1;
   }
   device->plugged = false;
-  return Add(NewDevice(device->hasName ? device->name.c_str() : nullptr,
-                       device->hasPath ? device->path.c_str() : nullptr, device->vid, device->pid,
-                       device->numAxes, device->numButtons, device->numHats));
+  auto again = NewDevice(device->hasName ? device->name.c_str() : nullptr,
+                         device->hasPath ? device->path.c_str() : nullptr, device->vid, device->pid,
+                         device->numAxes, device->numButtons, device->numHats);
+  again->motors.present = device->motors.present;
+  return Add(std::move(again));
 }
 
 void sim_unplug(int id) {
@@ -270,6 +379,46 @@ void sim_set_update_hook(sim_update_hook hook, void* context) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
   Sim().hook = hook;
   Sim().hookContext = context;
+}
+
+void sim_set_motors(int id, int present) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  if (Device* device = DeviceById(id)) {
+    Motors& motors = device->motors;
+    motors.present = present != 0;
+    if (!motors.present) {
+      motors.low = 0;
+      motors.high = 0;
+      motors.expiry.reset();
+    }
+  }
+}
+
+int sim_motors(int id, uint16_t* low, uint16_t* high) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  const Device* device = DeviceById(id);
+  const Motors none;
+  const Motors& motors = device != nullptr ? device->motors : none;
+  if (low != nullptr) {
+    *low = motors.low;
+  }
+  if (high != nullptr) {
+    *high = motors.high;
+  }
+  return motors.present ? 1 : 0;
+}
+
+size_t sim_motor_changes(int id, sim_motor_change* out, size_t capacity) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  const Device* device = DeviceById(id);
+  if (device == nullptr) {
+    return 0;
+  }
+  const std::vector<sim_motor_change>& changes = device->motors.changes;
+  if (out != nullptr) {
+    std::copy_n(changes.begin(), std::min(capacity, changes.size()), out);
+  }
+  return changes.size();
 }
 
 void sim_fail_next_init(const char* error) {
@@ -327,6 +476,7 @@ void sim_reset(void) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
   for (const auto& device : Sim().devices) {
     device->plugged = false;
+    device->motors = Motors{};
   }
   Sim().failInitArmed = false;
   Sim().failOpenArmed = false;
@@ -376,7 +526,7 @@ void SDL_Quit(void) {
   Record(__func__, [&] { return ""; });
   Sim().initialised = 0;
   for (const auto& handle : Sim().handles) {
-    handle->open = false;  // SDL closes what is still open
+    CloseHandle(handle.get());  // SDL closes what is still open
   }
 }
 
@@ -388,6 +538,7 @@ void SDL_JoystickUpdate(void) {
     std::lock_guard<std::mutex> lock(Sim().mutex);
     Record(__func__, [&] { return ""; });
     PublishPendingValues();
+    ExpireRumbles(Clock::now());
     number = Sim().updates++;
     hook = Sim().hook;
     context = Sim().hookContext;
@@ -431,9 +582,7 @@ SDL_Joystick* SDL_JoystickOpen(int device_index) {
 void SDL_JoystickClose(SDL_Joystick* joystick) {
   std::lock_guard<std::mutex> lock(Sim().mutex);
   Record(__func__, [&] { return Pointer(joystick); });
-  if (joystick != nullptr) {
-    joystick->open = false;
-  }
+  CloseHandle(joystick);
 }
 
 SDL_bool SDL_JoystickGetAttached(SDL_Joystick* joystick) {
@@ -505,6 +654,23 @@ Uint8 SDL_JoystickGetButton(SDL_Joystick* joystick, int button) {
   Record(__func__, [&] { return Pointer(joystick) + ", " + std::to_string(button); });
   const Device* device = LiveDevice(joystick);
   return device != nullptr ? ReadInput(device->published.buttons, button) : Uint8{0};
+}
+
+SDL_bool SDL_JoystickHasRumble(SDL_Joystick* joystick) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  Record(__func__, [&] { return Pointer(joystick); });
+  const Device* device = LiveDevice(joystick);
+  return device != nullptr && device->motors.present ? SDL_TRUE : SDL_FALSE;
+}
+
+int SDL_JoystickRumble(SDL_Joystick* joystick, Uint16 low_frequency_rumble,
+                       Uint16 high_frequency_rumble, Uint32 duration_ms) {
+  std::lock_guard<std::mutex> lock(Sim().mutex);
+  Record(__func__, [&] {
+    return Pointer(joystick) + ", " + std::to_string(low_frequency_rumble) + ", " +
+           std::to_string(high_frequency_rumble) + ", " + std::to_string(duration_ms);
+  });
+  return Rumble(joystick, low_frequency_rumble, high_frequency_rumble, duration_ms);
 }
 
 }  // extern "C"

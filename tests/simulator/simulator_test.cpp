@@ -2,8 +2,11 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "pad_models.h"
 #include "sdl_sim.h"
@@ -189,6 +192,270 @@ TEST_F(Simulator, AReplugKeepsTheCountButDetachesTheOldHandle) {
   EXPECT_EQ(sim_replug(first), -1);
   SDL_JoystickClose(back);
   SDL_JoystickClose(joystick);
+}
+
+// ---- motors ----------------------------------------------------------------------------------
+
+using namespace std::chrono_literals;
+
+uint64_t NowMicros() {
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(
+                                   std::chrono::steady_clock::now().time_since_epoch())
+                                   .count());
+}
+
+// A pad with motors and its open handle; the handle is closed by the test or by SDL_Quit.
+struct Rumbler {
+  int pad = sim_plug("Pad", "/p", 1, 1, 1, 1, 0);
+  SDL_Joystick* joystick = [this] {
+    sim_set_motors(pad, 1);
+    return SDL_JoystickOpen(SDL_NumJoysticks() - 1);
+  }();
+};
+
+// Updates until the pad has `count` speed changes, for at most two seconds.
+bool UpdateUntilChanges(int pad, size_t count) {
+  const auto deadline = std::chrono::steady_clock::now() + 2s;
+  while (sim::MotorChanges(pad).size() < count && std::chrono::steady_clock::now() < deadline) {
+    SDL_JoystickUpdate();
+    std::this_thread::sleep_for(1ms);
+  }
+  return sim::MotorChanges(pad).size() >= count;
+}
+
+void UpdateFor(std::chrono::milliseconds span) {
+  const auto end = std::chrono::steady_clock::now() + span;
+  while (std::chrono::steady_clock::now() < end) {
+    SDL_JoystickUpdate();
+    std::this_thread::sleep_for(1ms);
+  }
+}
+
+std::string PointerText(const void* pointer) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", pointer);
+  return text;
+}
+
+TEST_F(Simulator, OnlyAnAttachedPadWithMotorsHasRumble) {
+  const int bare = sim_plug("Bare", "/a", 1, 1, 1, 1, 0);
+  const int motors = sim_plug("Motors", "/b", 1, 1, 1, 1, 0);
+  sim_set_motors(motors, 1);
+  SDL_Joystick* plain = SDL_JoystickOpen(0);
+  SDL_Joystick* rumbling = SDL_JoystickOpen(1);
+  EXPECT_EQ(SDL_JoystickHasRumble(plain), SDL_FALSE);
+  EXPECT_EQ(SDL_JoystickHasRumble(rumbling), SDL_TRUE);
+  EXPECT_EQ(SDL_JoystickHasRumble(nullptr), SDL_FALSE);
+  EXPECT_EQ(sim_motors(bare, nullptr, nullptr), 0);
+  EXPECT_EQ(sim_motors(motors, nullptr, nullptr), 1);
+  sim_unplug(motors);
+  EXPECT_EQ(SDL_JoystickHasRumble(rumbling), SDL_FALSE);
+  sim_set_motors(bare, 1);
+  EXPECT_EQ(SDL_JoystickHasRumble(plain), SDL_TRUE);
+  sim_set_motors(bare, 0);
+  EXPECT_EQ(SDL_JoystickHasRumble(plain), SDL_FALSE);
+  SDL_JoystickClose(plain);
+  SDL_JoystickClose(rumbling);
+}
+
+TEST_F(Simulator, RumbleFailsWithSdlsErrorWhenTheSpeedsCannotReachMotors) {
+  const int bare = sim_plug("Bare", "/a", 1, 1, 1, 1, 0);
+  SDL_Joystick* plain = SDL_JoystickOpen(0);
+  EXPECT_EQ(SDL_JoystickRumble(plain, 1000, 2000, 1000), -1);
+  EXPECT_STREQ(SDL_GetError(), "That operation is not supported");
+  // Speeds that already run (none) never reach a driver, as in SDL.
+  EXPECT_EQ(SDL_JoystickRumble(plain, 0, 0, 1000), 0);
+  EXPECT_EQ(SDL_JoystickRumble(nullptr, 1000, 2000, 1000), -1);
+  EXPECT_STREQ(SDL_GetError(), "Parameter 'joystick' is invalid");
+  SDL_JoystickClose(plain);
+  EXPECT_EQ(SDL_JoystickRumble(plain, 1000, 2000, 1000), -1);
+  EXPECT_STREQ(SDL_GetError(), "Parameter 'joystick' is invalid");
+
+  Rumbler rumbler;
+  sim_unplug(rumbler.pad);
+  EXPECT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 1000), -1);
+  EXPECT_STREQ(SDL_GetError(), "Rumble failed, device disconnected");
+  EXPECT_TRUE(sim::MotorChanges(bare).empty());
+  EXPECT_TRUE(sim::MotorChanges(rumbler.pad).empty());
+}
+
+TEST_F(Simulator, RumbleAndHasRumbleAreJournaledWithTheirArguments) {
+  Rumbler rumbler;
+  sim_clear_journal();
+  SDL_JoystickHasRumble(rumbler.joystick);
+  SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 1000);
+  const std::vector<sim_call> calls = sim::Journal();
+  ASSERT_EQ(calls.size(), 2U);
+  EXPECT_STREQ(calls[0].function, "SDL_JoystickHasRumble");
+  EXPECT_EQ(calls[0].arguments, PointerText(rumbler.joystick));
+  EXPECT_STREQ(calls[1].function, "SDL_JoystickRumble");
+  EXPECT_EQ(calls[1].arguments, PointerText(rumbler.joystick) + ", 1000, 2000, 1000");
+}
+
+TEST_F(Simulator, NewSpeedsAreOneChangeHoweverOftenTheyAreAskedFor) {
+  Rumbler rumbler;
+  const uint64_t before = NowMicros();
+  EXPECT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 5000), 0);
+  EXPECT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 5000), 0);
+  const uint64_t after = NowMicros();
+  uint16_t low = 0;
+  uint16_t high = 0;
+  EXPECT_EQ(sim_motors(rumbler.pad, &low, &high), 1);
+  EXPECT_EQ(low, 1000);
+  EXPECT_EQ(high, 2000);
+  std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_EQ(changes[0].low, 1000);
+  EXPECT_EQ(changes[0].high, 2000);
+  EXPECT_EQ(changes[0].cause, SIM_MOTORS_SET);
+  EXPECT_GE(changes[0].at_micros, before);
+  EXPECT_LE(changes[0].at_micros, after);
+
+  EXPECT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 3000, 5000), 0);
+  changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].high, 3000);
+}
+
+TEST_F(Simulator, ATimedRumbleStopsAtTheFirstUpdateAfterItsDuration) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 20), 0);
+  ASSERT_TRUE(UpdateUntilChanges(rumbler.pad, 2));
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].low, 0);
+  EXPECT_EQ(changes[1].high, 0);
+  EXPECT_EQ(changes[1].cause, SIM_MOTORS_EXPIRED);
+  EXPECT_GE(changes[1].at_micros, changes[0].at_micros + 20'000);
+  uint16_t low = 1;
+  uint16_t high = 1;
+  sim_motors(rumbler.pad, &low, &high);
+  EXPECT_EQ(low, 0);
+  EXPECT_EQ(high, 0);
+}
+
+TEST_F(Simulator, TheSameSpeedsAgainExtendTheDuration) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 20), 0);
+  const uint64_t extended = NowMicros();
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 300), 0);
+  ASSERT_TRUE(UpdateUntilChanges(rumbler.pad, 2));
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].cause, SIM_MOTORS_EXPIRED);
+  EXPECT_GE(changes[1].at_micros, extended + 300'000);
+}
+
+TEST_F(Simulator, ARumbleWithoutDurationOrSpeedsArmsNoEnd) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 20), 0);
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 500, 600, 0), 0);  // cancels the 20 ms
+  UpdateFor(60ms);
+  uint16_t low = 0;
+  uint16_t high = 0;
+  sim_motors(rumbler.pad, &low, &high);
+  EXPECT_EQ(low, 500);
+  EXPECT_EQ(high, 600);
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 0, 0, 20), 0);
+  UpdateFor(60ms);
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 3U);
+  EXPECT_EQ(changes[2].low, 0);
+  EXPECT_EQ(changes[2].high, 0);
+  EXPECT_EQ(changes[2].cause, SIM_MOTORS_SET);
+}
+
+TEST_F(Simulator, ClosingTheHandleOfATimedRumbleStopsIt) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 10'000), 0);
+  SDL_JoystickClose(rumbler.joystick);
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].low, 0);
+  EXPECT_EQ(changes[1].high, 0);
+  EXPECT_EQ(changes[1].cause, SIM_MOTORS_CLOSED);
+}
+
+TEST_F(Simulator, ClosingAnIdleHandleOrOneWithoutDurationChangesNothing) {
+  Rumbler idle;
+  SDL_JoystickClose(idle.joystick);
+  EXPECT_TRUE(sim::MotorChanges(idle.pad).empty());
+
+  Rumbler expired;
+  ASSERT_EQ(SDL_JoystickRumble(expired.joystick, 1000, 2000, 20), 0);
+  ASSERT_TRUE(UpdateUntilChanges(expired.pad, 2));
+  SDL_JoystickClose(expired.joystick);
+  EXPECT_EQ(sim::MotorChanges(expired.pad).size(), 2U);
+
+  Rumbler endless;
+  ASSERT_EQ(SDL_JoystickRumble(endless.joystick, 1000, 2000, 0), 0);
+  SDL_JoystickClose(endless.joystick);
+  EXPECT_EQ(sim::MotorChanges(endless.pad).size(), 1U);
+}
+
+TEST_F(Simulator, ATimedRumbleStopsWhenTheLastOpenOfItsPadCloses) {
+  Rumbler rumbler;
+  SDL_Joystick* second = SDL_JoystickOpen(0);
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 10'000), 0);
+  SDL_JoystickClose(rumbler.joystick);
+  EXPECT_EQ(sim::MotorChanges(rumbler.pad).size(), 1U);
+  SDL_JoystickClose(second);
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].cause, SIM_MOTORS_CLOSED);
+}
+
+TEST_F(Simulator, QuitStopsATimedRumbleAsItClosesTheHandle) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 10'000), 0);
+  SDL_Quit();
+  const std::vector<sim_motor_change> changes = sim::MotorChanges(rumbler.pad);
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1].cause, SIM_MOTORS_CLOSED);
+}
+
+TEST_F(Simulator, AReplugKeepsThePadsMotorsWithAFreshHistory) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 10'000), 0);
+  const int again = sim_replug(rumbler.pad);
+  uint16_t low = 1;
+  uint16_t high = 1;
+  EXPECT_EQ(sim_motors(again, &low, &high), 1);
+  EXPECT_EQ(low, 0);
+  EXPECT_EQ(high, 0);
+  EXPECT_TRUE(sim::MotorChanges(again).empty());
+  SDL_Joystick* back = SDL_JoystickOpen(0);
+  EXPECT_EQ(SDL_JoystickHasRumble(back), SDL_TRUE);
+  EXPECT_EQ(SDL_JoystickRumble(back, 3000, 4000, 10'000), 0);
+  // The pad that was pulled out is beyond SDL's reach: its handle closes without a stop.
+  SDL_JoystickClose(rumbler.joystick);
+  EXPECT_EQ(sim::MotorChanges(rumbler.pad).size(), 1U);
+  ASSERT_EQ(sim::MotorChanges(again).size(), 1U);
+  EXPECT_EQ(sim::MotorChanges(again)[0].low, 3000);
+  SDL_JoystickClose(back);
+  EXPECT_EQ(sim::MotorChanges(again).size(), 2U);
+}
+
+TEST_F(Simulator, CataloguePadsHaveTheirModelsMotors) {
+  for (const sim::PadModel& model : sim::PAD_CATALOGUE) {
+    const int pad = sim_plug_model(model.key, "/dev/input/event30");
+    EXPECT_EQ(sim_motors(pad, nullptr, nullptr), model.motors ? 1 : 0) << model.key;
+  }
+  EXPECT_EQ(sim_motors(sim_plug_model("xbox", "/x"), nullptr, nullptr), 1);
+  EXPECT_EQ(sim_motors(sim_plug_model("generic", "/g"), nullptr, nullptr), 0);
+}
+
+TEST_F(Simulator, ResetForgetsMotorsAndTheirHistory) {
+  Rumbler rumbler;
+  ASSERT_EQ(SDL_JoystickRumble(rumbler.joystick, 1000, 2000, 0), 0);
+  sim_reset();
+  uint16_t low = 1;
+  uint16_t high = 1;
+  EXPECT_EQ(sim_motors(rumbler.pad, &low, &high), 0);
+  EXPECT_EQ(low, 0);
+  EXPECT_EQ(high, 0);
+  EXPECT_TRUE(sim::MotorChanges(rumbler.pad).empty());
+  EXPECT_EQ(sim_motors(12345, &low, &high), 0);
 }
 
 }  // namespace
