@@ -173,7 +173,7 @@ namespace {
 
 // A name is data, never a format: conversions in it reach the host's sink and list as typed.
 TEST_F(DeviceList, NameWithFormatConversionsIsListedAndLoggedAsTyped) {
-  const PadModel odd{"odd", "odd pad", "Odd %n%n%s%x Pad", 0x0079, 0x0006, 4, 12, 1};
+  const PadModel odd{"odd", "odd pad", "Odd %n%n%s%x Pad", 0x0079, 0x0006, 4, 12, 1, false};
   Plug(odd, "/dev/input/event70");
   Register();
   ASSERT_TRUE(WaitForDevListUpdates(1));
