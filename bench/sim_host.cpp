@@ -40,8 +40,10 @@ std::string PadPath(int number) {
 }
 
 int PlugPad(const PadModel& model, int number) {
-  return sim_plug(model.name, PadPath(number).c_str(), model.vid, model.pid, model.axes,
-                  model.buttons, model.hats);
+  const int pad = sim_plug(model.name, PadPath(number).c_str(), model.vid, model.pid, model.axes,
+                           model.buttons, model.hats);
+  sim_set_motors(pad, model.motors ? 1 : 0);
+  return pad;
 }
 
 JoystickDataPacket CopyPacket(const JoystickDataPacket* data) {

@@ -7,8 +7,10 @@
 namespace cpd::test {
 
 int Plug(const PadModel& model, const std::string& path) {
-  return sim_plug(model.name, path.c_str(), model.vid, model.pid, model.axes, model.buttons,
-                  model.hats);
+  const int pad = sim_plug(model.name, path.c_str(), model.vid, model.pid, model.axes,
+                           model.buttons, model.hats);
+  sim_set_motors(pad, model.motors ? 1 : 0);
+  return pad;
 }
 
 void UnplugInReportUpdate(void* context, uint64_t /*update*/) {
