@@ -3,12 +3,15 @@
 #include <SDL.h>
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -22,11 +25,13 @@ struct Model {
   int axes = 0;
   int buttons = 0;
   int hats = 0;
+  bool motors = false;
 };
 
 struct Pad {
   std::atomic<bool> plugged{false};
-  Model model;  // guarded by gModelMutex
+  std::atomic<bool> motors{false};  // for the next plug
+  Model model;                      // guarded by gModelMutex
   std::array<std::atomic<int16_t>, MAX_INPUTS> axes{};
   std::array<std::atomic<uint8_t>, MAX_INPUTS> buttons{};
   std::array<std::atomic<uint8_t>, MAX_INPUTS> hats{};
@@ -34,6 +39,9 @@ struct Pad {
   std::atomic<SDL_JoystickID> instance{NOT_ATTACHED};
   SDL_Joystick* handle = nullptr;  // the pad's own handle, to set its inputs through
   Model attachedModel;
+  // SDL calls the rumble callback with its joystick lock held, on whichever thread rumbles.
+  std::mutex motorMutex;
+  std::vector<vpad_motor_change> motorChanges;  // guarded by motorMutex
 };
 
 std::array<Pad, VPAD_MAX> gPads;
@@ -89,6 +97,22 @@ void OnUpdate(void* userdata) {
   }
 }
 
+// SDL passes new speeds on, and passes running ones again every two seconds to keep them alive on
+// pads that stop by themselves: only what differs from the pad's last speeds is a change.
+int OnRumble(void* userdata, Uint16 low, Uint16 high) {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  const auto micros =
+      static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+  Pad& pad = *static_cast<Pad*>(userdata);
+  std::lock_guard<std::mutex> lock(pad.motorMutex);
+  const vpad_motor_change last =
+      pad.motorChanges.empty() ? vpad_motor_change{} : pad.motorChanges.back();
+  if (low != last.low || high != last.high) {
+    pad.motorChanges.push_back(vpad_motor_change{low, high, micros});
+  }
+  return 0;
+}
+
 int DeviceIndexOf(SDL_JoystickID instance) {
   for (int index = 0; index < SDL_NumJoysticks(); ++index) {
     if (SDL_JoystickGetDeviceInstanceID(index) == instance) {
@@ -114,6 +138,7 @@ void Attach(Pad& pad) {
   desc.name = pad.attachedModel.name.c_str();
   desc.userdata = &pad;
   desc.Update = &OnUpdate;
+  desc.Rumble = pad.attachedModel.motors ? &OnRumble : nullptr;
   const int index = SDL_JoystickAttachVirtualEx(&desc);
   if (index < 0) {
     return;
@@ -203,7 +228,11 @@ int vpad_plug(int id, const char* name, uint16_t vendor, uint16_t product, int a
   }
   {
     std::lock_guard<std::mutex> lock(gModelMutex);
-    gPads[id].model = Model{name, vendor, product, axes, buttons, hats};
+    gPads[id].model = Model{name, vendor, product, axes, buttons, hats, gPads[id].motors};
+  }
+  {
+    std::lock_guard<std::mutex> lock(gPads[id].motorMutex);
+    gPads[id].motorChanges.clear();
   }
   gPads[id].plugged = true;
   return 0;
@@ -237,9 +266,32 @@ void vpad_set_hat(int id, int hat, uint8_t bits) {
   }
 }
 
+void vpad_set_motors(int id, int present) {
+  if (ValidId(id)) {
+    gPads[id].motors = present != 0;
+  }
+}
+
+size_t vpad_motor_changes(int id, vpad_motor_change* out, size_t capacity) {
+  if (!ValidId(id)) {
+    return 0;
+  }
+  Pad& pad = gPads[id];
+  std::lock_guard<std::mutex> lock(pad.motorMutex);
+  if (out != nullptr) {
+    std::copy_n(pad.motorChanges.begin(), std::min(capacity, pad.motorChanges.size()), out);
+  }
+  return pad.motorChanges.size();
+}
+
 void vpad_reset(void) {
   for (Pad& pad : gPads) {
     pad.plugged = false;
+    pad.motors = false;
+    {
+      std::lock_guard<std::mutex> lock(pad.motorMutex);
+      pad.motorChanges.clear();
+    }
     for (auto& axis : pad.axes) {
       axis = 0;
     }

@@ -43,7 +43,9 @@ void vpad_set_hat(int id, int hat, uint8_t bits);
 
 /* Gives pad `id` motors from its next plug on: SDL's virtual joystick then takes a rumble
  * callback, SDL_JoystickHasRumble reports it, and every speed change SDL makes (a rumble call
- * with new speeds, the end of a rumble's duration, a close while it runs) is recorded. */
+ * with new speeds, the end of a rumble's duration, a close while it runs) is recorded. SDL shares
+ * one joystick among all opens of a pad and this library keeps one open, so the close that stops
+ * a timed rumble is the pad's unplug or SDL_Quit. */
 void vpad_set_motors(int id, int present);
 
 /* One speed change SDL made to a pad's motors. */
