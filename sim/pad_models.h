@@ -20,7 +20,7 @@ struct PadModel {
   int axes;
   int buttons;
   int hats;
-  bool motors;  // whether SDL can rumble it
+  bool motors = false;  // whether SDL can rumble it
 };
 
 // clang-format off

@@ -30,7 +30,8 @@ from dataclasses import dataclass
 __all__ = [
     "Error", "Device", "Mapping", "Packet", "Listener", "load", "version", "register",
     "unregister", "dev_list", "mapping_list", "set_mapping", "calibration",
-    "set_poll_interval", "unstored_choices",
+    "set_poll_interval", "set_vibration", "unstored_choices", "VIBRATING", "NO_CONTROLLER",
+    "NO_MOTORS",
 ]
 
 # Must match cpd_joystick.h.
@@ -39,6 +40,11 @@ _NAME_SIZE = 256
 _PATH_SIZE = 256
 _MAPPING_NAME_SIZE = 32
 _UINT16_MAX = 0xFFFF
+
+# What set_vibration answers (cpd_joystick_set_vibration's codes).
+VIBRATING = 0  # the controller in the slot runs its motors at the speeds asked
+NO_CONTROLLER = -1  # no open controller holds the slot
+NO_MOTORS = -3  # the controller in the slot has no motors
 
 
 class Error(RuntimeError):
@@ -147,6 +153,8 @@ _SIGNATURES = {
     "cpd_joystick_set_mapping": (ctypes.c_int32, [ctypes.c_uint16, ctypes.c_uint16]),
     "cpd_joystick_calibration": (ctypes.c_int32, [ctypes.c_uint16]),
     "cpd_joystick_set_poll_interval": (ctypes.c_int32, [ctypes.c_uint16]),
+    "cpd_joystick_set_vibration": (ctypes.c_int32,
+                                   [ctypes.c_uint16, ctypes.c_uint16, ctypes.c_uint16]),
     "cpd_joystick_unstored_choices": (ctypes.c_int32, []),
     "cpd_joystick_version": (ctypes.c_char_p, []),
     "cpd_joystick_last_error": (ctypes.c_char_p, []),
@@ -293,6 +301,14 @@ def set_poll_interval(milliseconds):
     is sent as soon as its state changes. Raises Error with the library's line for other values."""
     library = load()
     _checked(library, library.cpd_joystick_set_poll_interval(_uint16("milliseconds", milliseconds)))
+
+
+def set_vibration(slot, low, high):
+    """Runs the motors of the controller in `slot` at `low` and `high` (0 = off, 65535 = full)
+    until a later call changes them; (0, 0) stops them. Returns VIBRATING, NO_CONTROLLER or
+    NO_MOTORS; neither of the last two raises, since a game may call blindly and often."""
+    return load().cpd_joystick_set_vibration(_uint16("slot", slot), _uint16("low", low),
+                                             _uint16("high", high))
 
 
 def unstored_choices():

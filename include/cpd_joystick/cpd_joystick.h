@@ -37,6 +37,8 @@ extern "C" {
 #define CPD_JOYSTICK_ERROR (-1)
 /* A null pointer where a value is needed, or a listener with a null callback. */
 #define CPD_JOYSTICK_ERROR_ARGUMENT (-2)
+/* cpd_joystick_set_vibration only: the controller in the slot has no motors. */
+#define CPD_JOYSTICK_NO_MOTORS (-3)
 
 /* Sizes of the text fields, terminating zero included. Longer texts are cut at a character
  * boundary and the entry's `truncated` is set. */
@@ -133,6 +135,13 @@ CPD_JOYSTICK_API int32_t cpd_joystick_calibration(uint16_t index);
  * shorter sends a controller's packet as soon as its state changes). As
  * JoysticAPI_SetPollInterval: 0, or CPD_JOYSTICK_ERROR with an error line. */
 CPD_JOYSTICK_API int32_t cpd_joystick_set_poll_interval(uint16_t milliseconds);
+
+/* Runs the motors of the controller in slot `index` at `low` and `high` (0 = off, 65535 = full)
+ * until a later call changes them; (0, 0) stops them. As JoysticAPI_SetVibration: CPD_JOYSTICK_OK,
+ * CPD_JOYSTICK_ERROR when no open controller holds the slot, CPD_JOYSTICK_NO_MOTORS when it has no
+ * motors. Neither failure logs a line (cpd_joystick_last_error() gives ""): a host may call it
+ * blindly, from any thread and from inside a callback, as often as a game sends. */
+CPD_JOYSTICK_API int32_t cpd_joystick_set_vibration(uint16_t index, uint16_t low, uint16_t high);
 
 /* The layout-choice changes (one per controller model, and a cleared policy) that the secure
  * store has not taken yet: 0 when everything chosen is stored. A change the store refuses (a

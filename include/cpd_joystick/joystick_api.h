@@ -106,3 +106,17 @@ CPD_JOYSTICK_API int32_t JoysticAPI_Calibration(uint16_t index);
 // changed) for a value outside 1 to 30 or a call made from inside a listener callback.
 // The environment variable CPD_JOYSTICK_POLL_MS sets the interval the process starts with.
 CPD_JOYSTICK_API int32_t JoysticAPI_SetPollInterval(uint16_t milliseconds);
+
+// Runs the two motors of the controller in slot `index` (as for JoysticAPI_SetMapping) at these
+// speeds, 0 = off and 65535 = full, until a later call changes them: (0, 0) stops them. Only the
+// latest call for a slot counts, and it reaches the controller within about a millisecond.
+// Returns 0 when that controller will run its motors at these speeds, -1 when no open controller
+// holds the slot, -2 when it has no motors; neither failure changes anything or logs a line.
+// Any thread may call it, as often as a game sends and from inside a listener callback: it never
+// waits for the polling thread, the log sink or the secure store.
+// The motors stop when the last listener unregisters, when the library is unloaded, and when
+// their controller is closed to re-open the controllers after a plug or an unplug; a controller
+// that comes back on the same device path in the same slot runs again at the speeds last asked
+// of it, and a request never reaches a different controller than the one it was made for.
+CPD_JOYSTICK_API int32_t JoysticAPI_SetVibration(uint16_t index, uint16_t lowFrequency,
+                                                 uint16_t highFrequency);

@@ -168,6 +168,18 @@ int32_t cpd_joystick_set_poll_interval(uint16_t milliseconds) {
   return JoysticAPI_SetPollInterval(milliseconds) == 0 ? CPD_JOYSTICK_OK : CPD_JOYSTICK_ERROR;
 }
 
+int32_t cpd_joystick_set_vibration(uint16_t index, uint16_t low, uint16_t high) {
+  CCall call;
+  switch (JoysticAPI_SetVibration(index, low, high)) {
+    case 0:
+      return CPD_JOYSTICK_OK;
+    case -2:
+      return CPD_JOYSTICK_NO_MOTORS;
+    default:
+      return CPD_JOYSTICK_ERROR;
+  }
+}
+
 int32_t cpd_joystick_unstored_choices(void) {
   const std::shared_ptr<cpd::JoystickPolicy> policy = cpd::JoystickPolicy::Existing();
   return policy != nullptr ? policy->UnstoredChanges() : 0;

@@ -51,3 +51,9 @@ int32_t JoysticAPI_SetPollInterval(uint16_t milliseconds) {
     return manager.SetPollInterval(milliseconds);
   });
 }
+
+int32_t JoysticAPI_SetVibration(uint16_t index, uint16_t lowFrequency, uint16_t highFrequency) {
+  return CallManager(__func__, -1, [&](cpd::JoystickManager& manager) {
+    return manager.SetVibration(index, cpd::MotorSpeeds{lowFrequency, highFrequency});
+  });
+}

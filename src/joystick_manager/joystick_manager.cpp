@@ -215,6 +215,10 @@ void JoystickManager::MarkPollingThread() {
   tOnPollingThread = true;
 }
 
+bool JoystickManager::OnPollingThread() {
+  return tOnPollingThread;
+}
+
 JoystickManager::ListenerChange JoystickManager::RegsisterNotify(CpdJoystickNotify* notify) {
   CPD_LOG_DEBUG("%p", static_cast<void*>(notify));
   if (const char* refusal = RegistrationRefusal()) {
@@ -294,6 +298,25 @@ int32_t JoystickManager::SetPollInterval(uint16_t milliseconds) {
   return 0;
 }
 
+// A game sends as often as it likes, so nothing here logs or waits: the polling thread applies
+// the latest request of each slot when woken.
+int32_t JoystickManager::SetVibration(uint16_t index, MotorSpeeds speeds) {
+  const MotorRequests::Result result = mMotorRequests.Request(index, speeds);
+  if (result.wake) {
+    std::lock_guard<std::mutex> lock(mWakeMutex);
+    mWakeCond.notify_one();
+  }
+  switch (result.answer) {
+    case MotorRequests::Answer::TAKEN:
+      return 0;
+    case MotorRequests::Answer::NO_MOTORS:
+      return -2;
+    case MotorRequests::Answer::NO_CONTROLLER:
+      break;
+  }
+  return -1;
+}
+
 bool JoystickManager::RegistrationRefused() {
   return RegistrationRefusal() != nullptr;
 }
@@ -316,9 +339,20 @@ void JoystickManager::NotifyDevListUpdate() {
   mListeners.NotifyDevListUpdate();
 }
 
+// Motor requests are applied as they come, but the wait still ends when it would have without
+// them, so they never add, move or drop a packet.
 void JoystickManager::WaitForWake(std::chrono::milliseconds timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
   std::unique_lock<std::mutex> lock(mWakeMutex);
-  mWakeCond.wait_for(lock, timeout, [this] { return mStop.load(); });
+  while (mWakeCond.wait_until(lock, deadline,
+                              [this] { return mStop.load() || mMotorRequests.HasNews(); })) {
+    if (mStop.load()) {
+      return;
+    }
+    lock.unlock();
+    mMotors.Apply(std::chrono::steady_clock::now());
+    lock.lock();
+  }
 }
 
 }  // namespace cpd

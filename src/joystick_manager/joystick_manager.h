@@ -17,6 +17,8 @@
 #include "cpd_joystick/joystick_api.h"
 #include "joystick_manager/listener_registry.h"
 #include "joystick_manager/module_lifetime.h"
+#include "joystick_manager/motor_requests.h"
+#include "joystick_manager/slot_motors.h"
 #include "joystick_mapping/joystick_device.h"
 #include "joystick_mapping/joystick_list.h"
 #include "joystick_mapping/report_translation.h"
@@ -74,6 +76,9 @@ class JoystickManager {
   int32_t Calibration(uint16_t index);
   // 0, or -1 with an error line for a value outside 1..30 or a call from inside a listener.
   int32_t SetPollInterval(uint16_t milliseconds);
+  // 0 when the controller in the slot will run its motors at `speeds`, -1 when no open controller
+  // holds the slot, -2 when it has no motors. Never waits and never logs.
+  int32_t SetVibration(uint16_t index, MotorSpeeds speeds);
 
   // Fan-out to every listener in registration order (ListenerRegistry).
   void NotifyData(const JoystickDataPacket* data, int32_t length);
@@ -87,7 +92,8 @@ class JoystickManager {
   JoystickManager();
   ~JoystickManager() = default;
 
-  // Waits up to `timeout` on the wake condition; returns early once a stop is requested.
+  // Waits `timeout` on the wake condition, applying the host's motor requests as they come;
+  // returns early once a stop is requested.
   void WaitForWake(std::chrono::milliseconds timeout);
 
   // What one poll needs of a controller, copied under the state lock so that SDL is read and the
@@ -133,6 +139,7 @@ class JoystickManager {
   void ReleaseState();
   // Marks the calling thread as the polling thread, from which no registration may be made.
   static void MarkPollingThread();
+  static bool OnPollingThread();
   // How a stop's wait for the polling thread ended.
   enum class ThreadEnd {
     ENDED,
@@ -192,6 +199,10 @@ class JoystickManager {
   // yet (a layout change during the open pass shows when the run publishes its list).
   std::shared_ptr<const std::list<_CpdJoystickDeviceInfo>> mDevList;
   bool mRunListed = false;
+
+  // The host's motor requests, and the motors as the polling thread drives them (its own).
+  MotorRequests mMotorRequests;
+  SlotMotors mMotors{mMotorRequests};
 
   // The poll interval in milliseconds, 1..30; read by the polling thread at every poll.
   std::atomic<uint16_t> mPollIntervalMs;

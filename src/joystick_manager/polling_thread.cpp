@@ -73,6 +73,7 @@ void JoystickManager::process() {
     }
   }
   CloseJoysticks();
+  mMotors.Forget();
   QuitJoystickInput();
   CPD_LOG_DEBUG("joystick exit\n");
 }
@@ -137,6 +138,10 @@ bool JoystickManager::OpenJoysticks(const JoystickList& list) {
       device.lastGamepad = XboxGamepad{};
       ReadJoystickInfo(device);
       IdentifyAndRecord(sdlIndex, device);
+      if (device.vid != PEN_TABLET_VENDOR) {
+        mMotors.Opened(device.slotIndex, device._ptr, path);
+        mMotors.Apply(std::chrono::steady_clock::now());
+      }
     }
     // Controllers beyond the fourth keep an empty record, so the map's size stays the SDL count.
     // try_emplace adds that record on purpose.
@@ -181,6 +186,7 @@ void JoystickManager::PollUntilChange() {
       break;
     }
     StartPoll(run, interval);
+    mMotors.Apply(std::chrono::steady_clock::now());
     for (size_t position = 0; position < run.sdlIndexes.size(); ++position) {
       PollJoystick(run.sdlIndexes[position], run.controllers[position], run);
     }
@@ -359,6 +365,7 @@ void JoystickManager::LogState(const PollSnapshot& snapshot, const XboxGamepad& 
 }
 
 void JoystickManager::CloseJoysticks() {
+  mMotors.StopAll();
   std::vector<SDL_Joystick*> handles;
   {
     std::lock_guard<std::mutex> lock(mStateMutex);

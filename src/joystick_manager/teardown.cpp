@@ -102,6 +102,11 @@ void JoystickManager::Teardown() {
   // Exit called from a listener, from the host's sink on the polling thread, or in the middle of
   // a registration: this thread cannot wait for the polling thread, which is told to stop only.
   if (RegistrationRefused()) {
+    // On the polling thread itself the run never gets back to closing its controllers, so their
+    // motors are stopped here, on the thread that owns SDL.
+    if (OnPollingThread()) {
+      mMotors.StopAll();
+    }
     return;
   }
   std::unique_lock<std::mutex> lifecycle(mLifecycleMutex, std::defer_lock);

@@ -154,4 +154,13 @@ void ReadJoystickInfo(JoystickDevice& device) {
   device.vid = SDL_JoystickGetVendor(device._ptr);
 }
 
+bool HasMotors(SDL_Joystick* joystick) {
+  return SDL_JoystickHasRumble(joystick) == SDL_TRUE;
+}
+
+bool RunMotors(SDL_Joystick* joystick, uint16_t low, uint16_t high,
+               std::chrono::milliseconds duration) {
+  return SDL_JoystickRumble(joystick, low, high, static_cast<Uint32>(duration.count())) == 0;
+}
+
 }  // namespace cpd

@@ -36,4 +36,13 @@ bool OpenJoystick(int32_t deviceIndex, JoystickDevice& device);
 // its counts, name, path, product and vendor id.
 void ReadJoystickInfo(JoystickDevice& device);
 
+// Whether SDL can drive the open controller's motors.
+bool HasMotors(SDL_Joystick* joystick);
+
+// Runs the controller's motors at these speeds for `duration` (SDL stops them after it, in a
+// later SDL_JoystickUpdate); speeds already running only have their time extended. False when
+// SDL could not.
+bool RunMotors(SDL_Joystick* joystick, uint16_t low, uint16_t high,
+               std::chrono::milliseconds duration);
+
 }  // namespace cpd

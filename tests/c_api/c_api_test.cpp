@@ -410,6 +410,34 @@ TEST_F(CInterface, PollIntervalTakesOneToThirtyAndRefusesTheRestWithTheLibrarysL
   EXPECT_EQ(cpd_joystick_set_poll_interval(30), CPD_JOYSTICK_OK);
 }
 
+TEST_F(CInterface, VibrationAnswersAsTheCppExportWithItsOwnCodeForNoMotorsAndNoLine) {
+  EXPECT_EQ(cpd_joystick_set_vibration(0, 1, 2), CPD_JOYSTICK_ERROR);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+  const int pad = PlugXbox();
+  sim_set_motors(pad, 1);
+  sim_plug("Generic USB Joystick", "/dev/input/event21", 0x0079, 0x0006, 4, 12, 1);
+  const cpd_joystick_listener listener = ListenerFor(record);
+  ASSERT_EQ(Register(&listener), CPD_JOYSTICK_OK);
+  ASSERT_TRUE(record.WaitFor([&] { return record.devListUpdates >= 1; }));
+  ClearLogs();
+
+  EXPECT_EQ(cpd_joystick_set_vibration(0, 1000, 2000), CPD_JOYSTICK_OK);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+  EXPECT_EQ(cpd_joystick_set_vibration(1, 1000, 2000), CPD_JOYSTICK_NO_MOTORS);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+  EXPECT_EQ(cpd_joystick_set_vibration(4, 1000, 2000), CPD_JOYSTICK_ERROR);
+  EXPECT_STREQ(cpd_joystick_last_error(), "");
+  EXPECT_EQ(JoysticAPI_SetVibration(1, 1000, 2000), -2);
+  EXPECT_TRUE(CapturedLogs().empty());
+
+  uint16_t low = 0;
+  uint16_t high = 0;
+  EXPECT_TRUE(record.WaitFor([&] {
+    sim_motors(pad, &low, &high);
+    return low == 1000 && high == 2000;
+  }));
+}
+
 TEST_F(CInterface, VersionIsTheProjectVersion) {
   EXPECT_STREQ(cpd_joystick_version(), CPD_EXPECTED_VERSION);
 }

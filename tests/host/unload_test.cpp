@@ -174,6 +174,9 @@ void ExpectExitsNormally(const char* host, const std::string& stem,
     const HostRun result = RunHost(Quoted(host) + " " + mode, stem);
     ASSERT_EQ(result.status, 0) << "run " << run << "\n" << result.output;
     EXPECT_EQ(result.output.find("left running"), std::string::npos) << result.output;
+    // The pad rumbled until then: a motor never runs on after its host.
+    EXPECT_NE(result.output.find("exit_host: motors at exit 0 0\n"), std::string::npos)
+        << result.output;
     // Exit called on the polling thread ends the process from there, before its last line.
     if (mode != "exit-from-listener") {
       EXPECT_NE(result.output.find("joystick exit"), std::string::npos) << result.output;

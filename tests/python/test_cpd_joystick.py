@@ -28,6 +28,10 @@ def _simulator():
     sim.sim_set_button.argtypes = [ctypes.c_int, ctypes.c_int, ctypes.c_uint8]
     sim.sim_set_axis.argtypes = [ctypes.c_int, ctypes.c_int, ctypes.c_int16]
     sim.sim_is_initialised.restype = ctypes.c_int
+    sim.sim_set_motors.argtypes = [ctypes.c_int, ctypes.c_int]
+    sim.sim_motors.restype = ctypes.c_int
+    sim.sim_motors.argtypes = [ctypes.c_int, ctypes.POINTER(ctypes.c_uint16),
+                               ctypes.POINTER(ctypes.c_uint16)]
     return sim
 
 
@@ -179,6 +183,34 @@ class Module(unittest.TestCase):
             cpd_joystick.set_poll_interval(31)
         self.assertIn("interval[31] refused: the poll interval is 1 to 30 ms", str(too_long.exception))
         cpd_joystick.set_poll_interval(30)
+
+    def test_vibration_answers_why_and_runs_the_motors_until_polling_stops(self):
+        def motors(pad):
+            low, high = ctypes.c_uint16(), ctypes.c_uint16()
+            SIM.sim_motors(pad, ctypes.byref(low), ctypes.byref(high))
+            return low.value, high.value
+
+        self.assertEqual(cpd_joystick.set_vibration(0, 1, 2), cpd_joystick.NO_CONTROLLER)
+        pad = plug("Xbox Wireless Controller", 0x045E, 0x0B13, buttons=11)
+        SIM.sim_set_motors(pad, 1)
+        plug("Generic USB Joystick", 0x0079, 0x0006, path="/dev/input/event21", axes=4,
+             buttons=12)
+        cpd_joystick.register(self.recorder)
+        self.assertTrue(self.recorder.wait_for(lambda: self.recorder.dev_list_updates >= 1))
+
+        self.assertEqual(cpd_joystick.set_vibration(0, 30000, 65535), cpd_joystick.VIBRATING)
+        self.assertEqual(cpd_joystick.set_vibration(1, 30000, 65535), cpd_joystick.NO_MOTORS)
+        self.assertEqual(cpd_joystick.set_vibration(2, 30000, 65535), cpd_joystick.NO_CONTROLLER)
+        with self.assertRaises(ValueError):
+            cpd_joystick.set_vibration(0, 65536, 0)
+        deadline = time.monotonic() + WAIT
+        while motors(pad) != (30000, 65535) and time.monotonic() < deadline:
+            time.sleep(0.001)
+        self.assertEqual(motors(pad), (30000, 65535))
+
+        cpd_joystick.unregister(self.recorder)
+        self.assertEqual(motors(pad), (0, 0))
+        self.assertEqual(cpd_joystick.set_vibration(0, 1, 1), cpd_joystick.NO_CONTROLLER)
 
     def test_unregister_stops_the_calls_and_polling(self):
         plug("Xbox Wireless Controller", 0x045E, 0x0B13, buttons=11)

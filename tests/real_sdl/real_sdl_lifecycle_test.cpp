@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,6 +35,7 @@ const std::string THREAD_ENTER = DebugBody("joystick process enter\\n");
 const std::string THREAD_EXIT = DebugBody("joystick exit\\n");
 
 void Plug(int pad, const PadModel& model) {
+  vpad_set_motors(pad, model.motors ? 1 : 0);
   ASSERT_EQ(vpad_plug(pad, model.name, model.vid, model.pid, model.axes, model.buttons, model.hats),
             0);
 }
@@ -157,6 +159,92 @@ TEST_F(RealSdl, PressedButtonReachesThePacket) {
   }));
   vpad_set_button(0, 0, 0);
   ASSERT_TRUE(listener.WaitFor([&] { return PacketsOfSlot(listener, 0).back().wButtons == 0; }));
+}
+
+struct Speeds {
+  uint16_t low = 0;
+  uint16_t high = 0;
+  friend bool operator==(Speeds left, Speeds right) {
+    return left.low == right.low && left.high == right.high;
+  }
+};
+
+std::ostream& operator<<(std::ostream& out, Speeds speeds) {
+  return out << "(" << speeds.low << ", " << speeds.high << ")";
+}
+
+// The speeds SDL set on the pad's motors, one entry per change: SDL may send the speeds that run
+// again (some pads need it), which is no change.
+std::vector<Speeds> MotorChangesOf(int pad) {
+  std::vector<vpad_motor_change> changes(4096);
+  changes.resize(std::min(vpad_motor_changes(pad, changes.data(), changes.size()), changes.size()));
+  std::vector<Speeds> speeds;
+  for (const vpad_motor_change& change : changes) {
+    const Speeds now{change.low, change.high};
+    if (speeds.empty() ? !(now == Speeds{}) : !(speeds.back() == now)) {
+      speeds.push_back(now);
+    }
+  }
+  return speeds;
+}
+
+Speeds MotorsOf(int pad) {
+  const std::vector<Speeds> changes = MotorChangesOf(pad);
+  return changes.empty() ? Speeds{} : changes.back();
+}
+
+bool WaitForMotors(int pad, Speeds speeds) {
+  const auto deadline = std::chrono::steady_clock::now() + 10s;
+  while (!(MotorsOf(pad) == speeds)) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(1ms);
+  }
+  return true;
+}
+
+TEST_F(RealSdl, VibrationRunsThePadWithoutAGapAndTheLastUnregisterStopsIt) {
+  Plug(0, XBOX_PAD);
+  Plug(1, GENERIC_PAD);  // no motors
+  Register();
+  ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 2; }, 15s));
+  EXPECT_EQ(JoysticAPI_SetVibration(SlotsByPath().at(PathOf(1)), 100, 100), -2);
+  EXPECT_EQ(JoysticAPI_SetVibration(2, 100, 100), -1);
+  const uint16_t slot = SlotsByPath().at(PathOf(0));
+  ASSERT_EQ(JoysticAPI_SetVibration(slot, 20000, 40000), 0);
+  ASSERT_TRUE(WaitForMotors(0, {20000, 40000}));
+  // Longer than SDL is asked to run a rumble at once: it is armed again before it runs out.
+  std::this_thread::sleep_for(2500ms);
+  EXPECT_EQ(MotorChangesOf(0), (std::vector<Speeds>{{20000, 40000}}));
+
+  Unregister();
+  EXPECT_EQ(MotorChangesOf(0), (std::vector<Speeds>{{20000, 40000}, {0, 0}}));
+  EXPECT_EQ(JoysticAPI_SetVibration(slot, 1, 1), -1);
+}
+
+TEST_F(RealSdl, VibrationStopsForAReOpenAndComesBackWithThePadInItsSlot) {
+  Plug(0, XBOX_PAD);
+  Register();
+  ASSERT_TRUE(WaitForDevListUpdates(1));
+  ASSERT_EQ(JoysticAPI_SetVibration(0, 3000, 0), 0);
+  ASSERT_TRUE(WaitForMotors(0, {3000, 0}));
+  Plug(1, DUALSENSE_PAD);
+  ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 2; }, 15s));
+  ASSERT_TRUE(WaitForMotors(0, {3000, 0}));
+  EXPECT_EQ(MotorChangesOf(0), (std::vector<Speeds>{{3000, 0}, {0, 0}, {3000, 0}}));
+  EXPECT_TRUE(MotorChangesOf(1).empty());
+
+  // The pad leaves (SDL cannot reach its motors any more); the one that takes its slot gets
+  // nothing asked of it.
+  vpad_unplug(0);
+  ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 1; }, 15s));
+  Plug(2, DUALSENSE_PAD);
+  ASSERT_TRUE(listener.WaitFor([&] { return JoysticAPI_GetDevList().size() == 2; }, 15s));
+  EXPECT_EQ(SlotsByPath().at(PathOf(2)), 0);
+  std::this_thread::sleep_for(200ms);
+  EXPECT_TRUE(MotorChangesOf(2).empty());
+  EXPECT_TRUE(MotorChangesOf(1).empty());
 }
 
 TEST_F(RealSdl, LastUnregisterWhileTheThreadWaitsReturnsPromptlyAndQuitsSdl) {

@@ -64,6 +64,7 @@ void CallEveryExport() {
   (void)JoysticAPI_GetMappingList();
   (void)JoysticAPI_SetMapping(0, static_cast<uint16_t>(gNextKind++ % 6 + 1));
   (void)JoysticAPI_Calibration(0);
+  (void)JoysticAPI_SetVibration(0, 100, 200);
   (void)JoysticAPI_RegsisterNotify(&gCallbackListener);
   (void)JoysticAPI_UnregsisterNotify(&gCallbackListener);
   --gCallbacksRunning;
