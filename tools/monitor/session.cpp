@@ -13,6 +13,16 @@ namespace {
 // long, so that the write lands before a temporary store folder is removed.
 constexpr std::chrono::milliseconds STORE_SETTLE{1500};
 
+// The device path of the controller the library has open in `slot`; empty when none.
+std::string PathInSlot(uint16_t slot) {
+  for (const _CpdJoystickDeviceInfo& device : JoysticAPI_GetDevList()) {
+    if (device.index == slot && !device.path.empty()) {
+      return device.path;
+    }
+  }
+  return "";
+}
+
 }  // namespace
 
 Session::Session(Options options, const SimulatorApi* simulator, std::optional<Scenario> scenario,
@@ -76,6 +86,29 @@ int32_t Session::SetLayout(uint16_t slot, uint16_t layout) {
   mLastLayoutChange = std::chrono::steady_clock::now();
   mState.RefreshDevices(JoysticAPI_GetDevList());
   return result;
+}
+
+int32_t Session::SetVibration(uint16_t slot, const MotorSpeeds& speeds) {
+  const std::string path = PathInSlot(slot);
+  const int32_t answer = JoysticAPI_SetVibration(slot, speeds.low, speeds.high);
+  MotorView known;
+  if (MotorsAfterAnswer(speeds, answer, known)) {
+    std::lock_guard<std::mutex> lock(mAskedMutex);
+    mAsked[slot] = {path, known};
+  }
+  return answer;
+}
+
+MotorView Session::MotorsOf(const DeviceRow& device) {
+  if (mPads) {
+    if (const std::optional<MotorView> read = mPads->Motors(device.path)) {
+      return *read;
+    }
+  }
+  std::lock_guard<std::mutex> lock(mAskedMutex);
+  const auto asked = mAsked.find(device.slot);
+  const bool same = asked != mAsked.end() && asked->second.path == device.path;
+  return same ? asked->second.motors : MotorView{};
 }
 
 void Session::RouteLog(int level, const std::string& line) {
