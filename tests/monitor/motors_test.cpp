@@ -46,5 +46,22 @@ TEST(Motors, AnAnswerTellsWhatWasAskedOrThatThereAreNoMotors) {
   EXPECT_EQ(known.source, MotorSource::UNKNOWN);
 }
 
+TEST(Motors, OnlyChangedSpeedsAreReportedAndEachSlotStartsOff) {
+  MotorReports reports;
+  EXPECT_FALSE(reports.Changed(0, Seen(MotorSource::SIMULATOR, {})));
+  EXPECT_TRUE(reports.Changed(0, Seen(MotorSource::SIMULATOR, TEST_RUMBLE)));
+  EXPECT_FALSE(reports.Changed(0, Seen(MotorSource::SIMULATOR, TEST_RUMBLE)));
+  EXPECT_TRUE(reports.Changed(1, Seen(MotorSource::ASKED, {5, 0})));
+  EXPECT_TRUE(reports.Changed(0, Seen(MotorSource::SIMULATOR, {})));
+  EXPECT_FALSE(reports.Changed(0, Seen(MotorSource::SIMULATOR, {})));
+}
+
+TEST(Motors, NoMotorsAndUnknownSpeedsAreNeverReported) {
+  MotorReports reports;
+  EXPECT_FALSE(reports.Changed(0, Seen(MotorSource::SIMULATOR, TEST_RUMBLE, false)));
+  EXPECT_FALSE(reports.Changed(0, Seen(MotorSource::UNKNOWN, TEST_RUMBLE)));
+  EXPECT_TRUE(reports.Changed(0, Seen(MotorSource::SIMULATOR, TEST_RUMBLE)));
+}
+
 }  // namespace
 }  // namespace monitor

@@ -65,4 +65,28 @@ bool MotorsAfterAnswer(const MotorSpeeds& asked, int32_t answer, MotorView& know
   return true;
 }
 
+const char* MotorSourceName(MotorSource source) {
+  switch (source) {
+    case MotorSource::SIMULATOR:
+      return "simulator";
+    case MotorSource::ASKED:
+      return "asked";
+    case MotorSource::UNKNOWN:
+      break;
+  }
+  return "unknown";
+}
+
+bool MotorReports::Changed(uint16_t slot, const MotorView& seen) {
+  if (seen.source == MotorSource::UNKNOWN || !seen.present) {
+    return false;
+  }
+  MotorSpeeds& reported = mReported[slot];
+  if (reported == seen.speeds) {
+    return false;
+  }
+  reported = seen.speeds;
+  return true;
+}
+
 }  // namespace monitor

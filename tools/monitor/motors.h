@@ -1,8 +1,10 @@
-// What the monitor knows of a controller's two motors, and what its rumble key asks for. Free of
-// the library and the simulator: the session fills a MotorView from whichever of them can tell.
+// What the monitor knows of a controller's two motors, what its rumble key asks for, and which
+// speeds are news for the JSON lines. Free of the library and the simulator: the session fills a
+// MotorView from whichever of them can tell.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 
 namespace monitor {
@@ -39,5 +41,20 @@ std::string DescribeVibration(uint16_t slot, const MotorSpeeds& asked, int32_t a
 // What a request answered `answer` leaves known of the controller's motors; false when it
 // leaves nothing known (no open controller in the slot).
 bool MotorsAfterAnswer(const MotorSpeeds& asked, int32_t answer, MotorView& known);
+
+// "simulator" or "asked", as the JSON lines name a reading's source.
+const char* MotorSourceName(MotorSource source);
+
+// The speeds last reported per slot, so that only changes are written. A slot starts with its
+// motors off, and a controller without motors, or whose speeds nothing tells, reports nothing.
+class MotorReports {
+ public:
+  // True when `seen` in `slot` differs from what was last reported there; it is then taken as
+  // reported.
+  bool Changed(uint16_t slot, const MotorView& seen);
+
+ private:
+  std::map<uint16_t, MotorSpeeds> mReported;
+};
 
 }  // namespace monitor

@@ -111,6 +111,21 @@ MotorView Session::MotorsOf(const DeviceRow& device) {
   return same ? asked->second.motors : MotorView{};
 }
 
+void Session::ReportMotors() {
+  if (mJson == nullptr) {
+    return;
+  }
+  for (const DeviceRow& device : mState.Snapshot().devices) {
+    if (!device.opened || device.slot == NO_SLOT) {
+      continue;
+    }
+    const MotorView motors = MotorsOf(device);
+    if (mReported.Changed(device.slot, motors)) {
+      mJson->Motors(device.slot, device.path, motors);
+    }
+  }
+}
+
 void Session::RouteLog(int level, const std::string& line) {
   if (mJson != nullptr) {
     if (mOptions.log) {

@@ -49,6 +49,9 @@ class Session {
   // What the monitor knows of a listed controller's motors: the simulator's reading of a pad it
   // plugged, else what it last asked of that controller in its slot.
   MotorView MotorsOf(const DeviceRow& device);
+  // With --json, a "motors" line for each listed controller whose speeds changed since the last
+  // call.
+  void ReportMotors();
 
  private:
   void RouteLog(int level, const std::string& line);
@@ -67,8 +70,9 @@ class Session {
     std::string path;  // of the controller the request was made for
     MotorView motors;
   };
-  std::mutex mAskedMutex;  // guards mAsked
+  std::mutex mAskedMutex;            // guards mAsked
   std::map<uint16_t, Asked> mAsked;  // by slot
+  MotorReports mReported;
 };
 
 }  // namespace monitor
