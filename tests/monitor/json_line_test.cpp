@@ -140,6 +140,18 @@ TEST(JsonLines, MotorsLineCarriesSlotPathSpeedsAndWhereTheyComeFrom) {
             "asked");
 }
 
+TEST(JsonLines, ARumbleStepNamesNoPad) {
+  ScenarioStep rumble;
+  rumble.kind = StepKind::RUMBLE;
+  rumble.index = 2;
+  rumble.speeds = {100, 200};
+  const Json::Value line = ParseLine(StepLine(80, rumble, false));
+  EXPECT_EQ(line["action"].asString(), "rumble");
+  EXPECT_EQ(line["text"].asString(), "rumble slot 2: low 100, high 200");
+  EXPECT_FALSE(line["ok"].asBool());
+  EXPECT_FALSE(line.isMember("pad"));
+}
+
 TEST(JsonLines, LogAndStepLines) {
   const std::string text = R"(x.cpp f(2): "Error:" "bad")";
   const Json::Value log = ParseLine(LogLine(3, 7, text));

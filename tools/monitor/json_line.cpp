@@ -125,7 +125,7 @@ std::string StepLine(int64_t t, const ScenarioStep& step, bool ok) {
   Json::Value line = Line("step", t);
   line["at"] = Json::Int64{step.at};
   line["action"] = StepKindName(step.kind);
-  if (step.kind != StepKind::AWAIT_DEVICES) {
+  if (NamesAPad(step.kind)) {
     line["pad"] = step.pad;
   }
   line["text"] = DescribeStep(step);

@@ -13,6 +13,25 @@ namespace {
 // long, so that the write lands before a temporary store folder is removed.
 constexpr std::chrono::milliseconds STORE_SETTLE{1500};
 
+struct FailedStep {
+  StepKind kind;
+  const char* why;
+};
+
+constexpr FailedStep FAILED_STEPS[] = {
+    {StepKind::AWAIT_DEVICES, " (timed out)"},
+    {StepKind::RUMBLE, " (refused: no open controller with motors in that slot)"},
+};
+
+std::string WhyItFailed(StepKind kind) {
+  for (const FailedStep& failed : FAILED_STEPS) {
+    if (failed.kind == kind) {
+      return failed.why;
+    }
+  }
+  return " (no such pad plugged)";
+}
+
 // The device path of the controller the library has open in `slot`; empty when none.
 std::string PathInSlot(uint16_t slot) {
   for (const _CpdJoystickDeviceInfo& device : JoysticAPI_GetDevList()) {
@@ -33,7 +52,8 @@ Session::Session(Options options, const SimulatorApi* simulator, std::optional<S
     if (scenario) {
       mPlayer = std::make_unique<ScenarioPlayer>(
           std::move(*scenario), *mPads, mState,
-          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); });
+          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); },
+          [this](uint16_t slot, const MotorSpeeds& speeds) { return SetVibration(slot, speeds); });
     }
   }
 }
@@ -143,7 +163,7 @@ void Session::ReportStep(const ScenarioStep& step, bool ok) {
   }
   std::string text = DescribeStep(step);
   if (!ok) {
-    text += step.kind == StepKind::AWAIT_DEVICES ? " (timed out)" : " (no such pad plugged)";
+    text += WhyItFailed(step.kind);
   }
   mState.AddEvent("scenario", text);
 }

@@ -70,7 +70,7 @@ class Session {
     std::string path;  // of the controller the request was made for
     MotorView motors;
   };
-  std::mutex mAskedMutex;            // guards mAsked
+  std::mutex mAskedMutex;            // the screen's and the scenario's threads both ask
   std::map<uint16_t, Asked> mAsked;  // by slot
   MotorReports mReported;
 };
