@@ -10,7 +10,8 @@
 
 namespace sim {
 
-// The script functions a program drives pads with, as sdl_sim.h declares them.
+// The script functions a program drives pads with and reads their motors with, as sdl_sim.h
+// declares them.
 struct LoadedScript {
   decltype(&sim_plug_model) plugModel = nullptr;
   decltype(&sim_unplug) unplug = nullptr;
@@ -19,6 +20,9 @@ struct LoadedScript {
   decltype(&sim_set_button) setButton = nullptr;
   decltype(&sim_set_hat) setHat = nullptr;
   decltype(&sim_set_journal_enabled) setJournalEnabled = nullptr;
+  // Null on a simulator built before its pads had motors: a program then cannot read them, but
+  // still drives pads.
+  decltype(&sim_motors) motors = nullptr;
 };
 
 template <typename Function>
@@ -27,8 +31,9 @@ bool FindScriptFunction(void* library, const char* name, Function& function) {
   return function != nullptr;
 }
 
-// Fills `script` from the libSDL2-2.0.so.0 already loaded; false when none is, or when it is
-// the system's SDL2.
+// Fills `script` from the libSDL2-2.0.so.0 already loaded; false when none is, when it is the
+// system's SDL2, or when a function a pad is driven with is missing. `motors` is looked up too,
+// and left null when missing.
 inline bool FindLoadedScript(LoadedScript& script) {
   void* library = dlopen("libSDL2-2.0.so.0", RTLD_NOW | RTLD_NOLOAD);
   if (library == nullptr) {
@@ -42,6 +47,7 @@ inline bool FindLoadedScript(LoadedScript& script) {
       FindScriptFunction(library, "sim_set_button", script.setButton) &&
       FindScriptFunction(library, "sim_set_hat", script.setHat) &&
       FindScriptFunction(library, "sim_set_journal_enabled", script.setJournalEnabled);
+  FindScriptFunction(library, "sim_motors", script.motors);
   // The program keeps its link to the library; only this lookup's reference goes.
   dlclose(library);
   return found;

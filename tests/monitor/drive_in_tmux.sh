@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # drive_in_tmux.sh <monitor program>
 # Drives the real monitor in a terminal as a person would: plugs an Xbox pad and a DualSense on
-# the simulator, presses a face button and the d-pad, switches a layout, unplugs a pad, opens the
-# help and the log, quits; then runs it under `timeout`, which ends it with SIGTERM. Each step
-# waits for what the screen must show, up to 20 seconds.
+# the simulator, presses a face button and the d-pad, switches a layout, rumbles a pad, unplugs
+# it, asks a pad without motors to rumble, opens the help and the log, quits; then runs it under
+# `timeout`, which ends it with SIGTERM. Each step waits for what the screen must show, up to 20
+# seconds.
 set -euo pipefail
 monitor="$1"
 
@@ -82,12 +83,31 @@ wait_for '^>1 +dualsense wireless controller +054c:0ce6 +/dev/input/event21 +MAP
   "the table shows the new layout"
 wait_for 'wButtons 0x1001' "the held d-pad, now read from the hat the Xbox layout reads"
 
+wait_for '^ motors LF \[\.{10}\] +0  HF \[\.{10}\] +0  simulator.s reading' \
+  "the DualSense's motors at rest, as the simulator reads them"
+keys v
+wait_for 'JoysticAPI_SetVibration\(1, 30000, 65535\) = 0, rumbling' "the test rumble's answer"
+wait_for '^ motors LF \[#{5}\.{5}\] 30000  HF \[#{10}\] 65535  simulator.s reading' \
+  "the motors running at the speeds asked"
+keys v
+wait_for 'JoysticAPI_SetVibration\(1, 0, 0\) = 0, motors stopped' "the second press stops them"
+wait_for '^ motors LF \[\.{10}\] +0  HF \[\.{10}\] +0' "the motors at rest again"
+
 keys u
 wait_for 'simulated, 1 pad plugged \| 1 listed' "one controller left"
 wait_for 'simulator unplugged dualsense wireless controller at /dev/input/event21' \
   "the unplug in the event pane"
 wait_for 'JOYSTICK_DEV_LIST_UPDATE joystickNum: 1\{vid:0x045e' "the library's new list"
 screen | grep -qE '^.1 +dualsense' && fail "the DualSense is still in the table"
+
+keys p 6
+wait_for '^ [0-9] +generic usb joystick' "a generic pad, which has no motors"
+keys Down
+wait_for '^-- slot [0-9]: generic usb joystick' "the generic pad selected"
+wait_for '^ no motors *$' "the simulator's word that it has no motors"
+keys v
+wait_for 'JoysticAPI_SetVibration\([0-9], 30000, 65535\) = -2, it has no motors' \
+  "the library's answer for a pad without motors"
 
 keys '?'
 wait_for 'Drive keys' "the help"
@@ -114,4 +134,4 @@ keys p 2
 wait_for '^ 1 +dualsense wireless controller' "a pad plugged by keys"
 wait_for '^monitor exit status 0$' "a clean end on timeout's SIGTERM"
 screen | grep -q 'pkt/s' && fail "the terminal was not restored"
-echo "the monitor showed, switched, unplugged and quit as expected"
+echo "the monitor showed, switched, rumbled, unplugged and quit as expected"

@@ -126,6 +126,32 @@ TEST(JsonLines, EventLineKeepsTheWholeRecord) {
   EXPECT_EQ(line["record"]["message"].asString(), "[a.cpp f(1)] pad detached");
 }
 
+TEST(JsonLines, MotorsLineCarriesSlotPathSpeedsAndWhereTheyComeFrom) {
+  const Json::Value line = ParseLine(
+      MotorsLine(70, 1, "/dev/input/event21", {MotorSource::SIMULATOR, true, {30000, 65535}}));
+  EXPECT_EQ(line["type"].asString(), "motors");
+  EXPECT_EQ(line["t"].asInt(), 70);
+  EXPECT_EQ(line["slot"].asInt(), 1);
+  EXPECT_EQ(line["path"].asString(), "/dev/input/event21");
+  EXPECT_EQ(line["low"].asInt(), 30000);
+  EXPECT_EQ(line["high"].asInt(), 65535);
+  EXPECT_EQ(line["source"].asString(), "simulator");
+  EXPECT_EQ(ParseLine(MotorsLine(0, 0, "", {MotorSource::ASKED, true, {}}))["source"].asString(),
+            "asked");
+}
+
+TEST(JsonLines, ARumbleStepNamesNoPad) {
+  ScenarioStep rumble;
+  rumble.kind = StepKind::RUMBLE;
+  rumble.index = 2;
+  rumble.speeds = {100, 200};
+  const Json::Value line = ParseLine(StepLine(80, rumble, false));
+  EXPECT_EQ(line["action"].asString(), "rumble");
+  EXPECT_EQ(line["text"].asString(), "rumble slot 2: low 100, high 200");
+  EXPECT_FALSE(line["ok"].asBool());
+  EXPECT_FALSE(line.isMember("pad"));
+}
+
 TEST(JsonLines, LogAndStepLines) {
   const std::string text = R"(x.cpp f(2): "Error:" "bad")";
   const Json::Value log = ParseLine(LogLine(3, 7, text));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "layout_wiring.h"
 
 namespace monitor {
@@ -27,6 +29,7 @@ TEST(KeyBindings, CommandKeysSelectSetLayoutsAndQuit) {
   EXPECT_EQ(ActionFor(Mode::COMMAND, 'u'), Make(ActionKind::UNPLUG));
   EXPECT_EQ(ActionFor(Mode::COMMAND, 'U'), Make(ActionKind::UNPLUG_LAST));
   EXPECT_EQ(ActionFor(Mode::COMMAND, 'r'), Make(ActionKind::REPLUG));
+  EXPECT_EQ(ActionFor(Mode::COMMAND, 'v'), Make(ActionKind::TOGGLE_RUMBLE));
   EXPECT_EQ(ActionFor(Mode::COMMAND, 'l'), Make(ActionKind::TOGGLE_LOG));
   EXPECT_EQ(ActionFor(Mode::COMMAND, '?'), Make(ActionKind::HELP));
   EXPECT_EQ(ActionFor(Mode::COMMAND, key::TAB), Make(ActionKind::DRIVE_MODE));
@@ -93,6 +96,9 @@ TEST(KeyBindings, HelpNamesTheKeysOfBothModesInHalfAScreen) {
     }
   }
   EXPECT_EQ(sections[0].lines.back(), "q        quit (Ctrl-C too)");
+  const std::vector<std::string>& command = sections[0].lines;
+  EXPECT_NE(std::find(command.begin(), command.end(), "v        test rumble on / off"),
+            command.end());
 }
 
 TEST(KeyBindings, FootersFitEightyColumns) {
@@ -103,6 +109,7 @@ TEST(KeyBindings, FootersFitEightyColumns) {
   }
   EXPECT_NE(FooterHint(Mode::COMMAND, true).find("p plug"), std::string::npos);
   EXPECT_EQ(FooterHint(Mode::COMMAND, false).find("p plug"), std::string::npos);
+  EXPECT_NE(FooterHint(Mode::COMMAND, false).find("v rumble"), std::string::npos);
 }
 
 }  // namespace

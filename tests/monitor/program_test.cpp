@@ -138,6 +138,42 @@ TEST(MonitorProgram, LogLinesComeOnlyWhenAskedFor) {
   EXPECT_TRUE(entered);
 }
 
+TEST(MonitorProgram, ARumbleStepRunsTheMotorsAndTheJsonLinesFollowTheirSpeeds) {
+  const ScratchFile file(R"({"steps": [
+      {"at": 0, "plug": "xbox", "as": "pad"}, {"at": 0, "plug": "generic", "as": "cheap"},
+      {"at": 0, "await_devices": 2},
+      {"at": 300, "rumble": 0, "low": 30000, "high": 65535, "for": 600},
+      {"at": 300, "rumble": 1, "low": 30000, "high": 65535},
+      {"at": 300, "rumble": 3, "low": 1, "high": 1}],
+    "end": 1500})");
+  const ProgramRun run = RunMonitor({"--simulate", file.Path(), "--json"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  const std::vector<Json::Value> lines = JsonLines(run.out);
+
+  std::vector<std::string> steps;
+  for (const Json::Value& step : OfType(lines, "step")) {
+    if (step["action"].asString() == "rumble") {
+      steps.push_back(step["text"].asString() + (step["ok"].asBool() ? " ok" : " refused"));
+    }
+  }
+  EXPECT_EQ(steps, (std::vector<std::string>{"rumble slot 0: low 30000, high 65535 ok",
+                                             "rumble slot 1: low 30000, high 65535 refused",
+                                             "rumble slot 3: low 1, high 1 refused",
+                                             "rumble slot 0: low 0, high 0 ok"}));
+
+  // The generic pad has no motors and the empty slot none to run: only the Xbox pad's speeds
+  // change, as the simulator reads them.
+  std::vector<std::string> motors;
+  for (const Json::Value& line : OfType(lines, "motors")) {
+    motors.push_back(std::to_string(line["slot"].asInt()) + " " + line["path"].asString() + " " +
+                     std::to_string(line["low"].asInt()) + " " +
+                     std::to_string(line["high"].asInt()) + " " + line["source"].asString());
+  }
+  EXPECT_EQ(motors, (std::vector<std::string>{"0 /dev/input/event20 30000 65535 simulator",
+                                              "0 /dev/input/event20 0 0 simulator"}))
+      << run.out;
+}
+
 TEST(MonitorProgram, SigtermEndsTheRunCleanly) {
   RunOptions options;
   options.timeout = std::chrono::seconds(60);

@@ -62,6 +62,28 @@ TEST(ScenarioParsing, ReadsEveryKindOfStep) {
   EXPECT_EQ(scenario.steps[5].at, 40);
 }
 
+TEST(ScenarioParsing, ARumbleAsksASlotAndItsHoldStopsTheMotors) {
+  const Scenario scenario = Parse(Steps(R"(
+      {"at": 0, "plug": "xbox", "as": "pad"}, {"at": 0, "await_devices": 1},
+      {"at": 100, "rumble": 0, "low": 30000, "high": 65535, "for": 500},
+      {"at": 200, "rumble": 7, "low": 0, "high": 1})"));
+  ASSERT_EQ(scenario.steps.size(), 5U);
+  const ScenarioStep& rumble = scenario.steps[2];
+  EXPECT_EQ(rumble.kind, StepKind::RUMBLE);
+  EXPECT_EQ(rumble.index, 0);
+  EXPECT_EQ(rumble.speeds, (MotorSpeeds{30000, 65535}));
+  EXPECT_TRUE(rumble.pad.empty());
+  EXPECT_EQ(scenario.steps[3].index, 7);
+  const ScenarioStep& stop = scenario.steps[4];
+  EXPECT_TRUE(stop.release);
+  EXPECT_EQ(stop.at, 600);
+  EXPECT_EQ(stop.kind, StepKind::RUMBLE);
+  EXPECT_EQ(stop.index, 0);
+  EXPECT_EQ(stop.speeds, (MotorSpeeds{0, 0}));
+  EXPECT_EQ(DescribeStep(rumble), "rumble slot 0: low 30000, high 65535");
+  EXPECT_EQ(DescribeStep(stop), "rumble slot 0: low 0, high 0");
+}
+
 TEST(ScenarioParsing, APlugWithoutANameIsCalledByItsModel) {
   const Scenario scenario = Parse(Steps(R"({"at": 0, "plug": "dualsense"})"));
   EXPECT_EQ(scenario.steps[0].pad, "dualsense");
@@ -166,7 +188,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "\"at\" must be a whole number"},
         BadScenario{"FractionalTime", R"({"steps": [{"at": 1.5, "plug": "xbox"}]})",
                     "\"at\" must be a whole number"},
-        BadScenario{"NoAction", R"({"steps": [{"at": 0}]})", "needs one of"},
+        BadScenario{"NoAction", R"({"steps": [{"at": 0}]})",
+                    R"(needs one of "plug", "unplug", "button", "axis", "hat", "await_devices", )"
+                    R"("rumble")"},
         BadScenario{"TwoActions", R"({"steps": [{"at": 0, "plug": "xbox", "unplug": "xbox"}]})",
                     "one action per step"},
         BadScenario{"UnknownPad", R"({"steps": [{"at": 0, "plug": "joycon"}]})",
@@ -202,6 +226,17 @@ INSTANTIATE_TEST_SUITE_P(
         BadScenario{"ZeroHold", R"({"steps": [{"at": 0, "plug": "xbox"},
                                    {"at": 1, "pad": "xbox", "button": 0, "value": 1, "for": 0}]})",
                     "\"for\" must be a whole number of milliseconds above 0"},
+        BadScenario{"RumbleWithoutHigh", R"({"steps": [{"at": 0, "rumble": 0, "low": 1}]})",
+                    "step 1 needs \"high\": a motor speed, 0 to 65535"},
+        BadScenario{"RumbleTooStrong",
+                    R"({"steps": [{"at": 0, "rumble": 0, "low": 65536, "high": 0}]})",
+                    "\"low\" must be a whole number from 0 to 65535"},
+        BadScenario{"RumbleSlotNegative",
+                    R"({"steps": [{"at": 0, "rumble": -1, "low": 0, "high": 0}]})",
+                    "\"rumble\" must be a whole number from 0 to 65535"},
+        BadScenario{"RumbleNamingAPad", R"({"steps": [{"at": 0, "plug": "xbox"},
+                                   {"at": 1, "rumble": 0, "pad": "xbox", "low": 0, "high": 0}]})",
+                    "unknown key \"pad\" for a rumble step"},
         BadScenario{"AwaitText", R"({"steps": [{"at": 0, "await_devices": "two"}]})",
                     "\"await_devices\" must be a whole number"},
         BadScenario{"EndBeforeLastStep", R"({"steps": [{"at": 10, "plug": "xbox"}], "end": 5})",

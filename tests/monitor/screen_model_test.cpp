@@ -59,7 +59,8 @@ TEST(ScreenLayout, SharesTheRowsOfAnEightyByTwentyFourTerminal) {
   EXPECT_EQ(layout.tableHeaderRow, 1);
   EXPECT_EQ(layout.tableRows, 2);
   EXPECT_EQ(layout.padHeaderRow, 4);
-  EXPECT_EQ(layout.packetRow, layout.padTop + PAD_ROWS);
+  EXPECT_EQ(layout.motorsRow, layout.padTop + PAD_ROWS);
+  EXPECT_EQ(layout.packetRow, layout.motorsRow + 1);
   EXPECT_EQ(layout.eventsTop + layout.eventsRows, layout.statusRow);
   EXPECT_EQ(layout.statusRow, 22);
   EXPECT_EQ(layout.footerRow, 23);
@@ -158,6 +159,48 @@ TEST(ScreenModel, WithoutAPacketThePadIsDark) {
   EXPECT_EQ(Joined(screen).find("[A]"), std::string::npos);
 }
 
+TEST(ScreenModel, TheSelectedPadsMotorsShowAsBarsUnderThePadWithWhereTheSpeedsComeFrom) {
+  View view = TwoPads();
+  view.motors = {MotorSource::SIMULATOR, true, {30000, 65535}};
+  const int row = ComputeLayout(24, 80, 2, false).motorsRow;
+  Screen screen = BuildScreen(view, 24, 80);
+  EXPECT_EQ(screen.Text()[static_cast<size_t>(row)],
+            " motors LF [#####.....] 30000  HF [##########] 65535  simulator's reading")
+      << Joined(screen);
+  EXPECT_EQ(screen.StyleAt(row, 1), Style::NORMAL);
+
+  view.motors = {MotorSource::ASKED, true, {0, 65535}};
+  screen = BuildScreen(view, 24, 80);
+  EXPECT_EQ(screen.Text()[static_cast<size_t>(row)],
+            " motors LF [..........]     0  HF [##########] 65535  asked for, not read back");
+  for (const std::string& line : screen.Text()) {
+    EXPECT_LE(line.size(), 80U);
+  }
+}
+
+TEST(ScreenModel, APadWithoutMotorsOrWhoseMotorsNothingTellsSaysSoDimly) {
+  View view = TwoPads();
+  const int row = ComputeLayout(24, 80, 2, false).motorsRow;
+  const std::vector<std::pair<MotorView, std::string>> cases = {
+      {{MotorSource::SIMULATOR, false, {}}, " no motors"},
+      {{MotorSource::ASKED, false, {}}, " no motors: JoysticAPI_SetVibration answered -2"},
+      {{}, " motors not known until asked: v sends a test rumble"},
+  };
+  for (const auto& [motors, text] : cases) {
+    view.motors = motors;
+    const Screen screen = BuildScreen(view, 24, 80);
+    EXPECT_EQ(screen.Text()[static_cast<size_t>(row)], text);
+    EXPECT_EQ(screen.StyleAt(row, 1), Style::DIM) << text;
+  }
+}
+
+TEST(ScreenModel, WithoutAControllerNoMotorsAreShown) {
+  View view;
+  view.motors = {MotorSource::SIMULATOR, true, {30000, 65535}};
+  const std::string text = Joined(BuildScreen(view, 24, 80));
+  EXPECT_EQ(text.find("motors"), std::string::npos) << text;
+}
+
 TEST(ScreenModel, EventsShowNewestLastWithoutTheirOrigin) {
   View view = TwoPads();
   for (int event = 0; event < 30; ++event) {
@@ -244,6 +287,9 @@ TEST(PadView, SticksAndTriggersScaleToTheirBoxes) {
   EXPECT_EQ(TriggerBar(0), "[..........]   0");
   EXPECT_EQ(TriggerBar(128), "[#####.....] 128");
   EXPECT_EQ(TriggerBar(255), "[##########] 255");
+  EXPECT_EQ(MotorBar(0), "[..........]     0");
+  EXPECT_EQ(MotorBar(30000), "[#####.....] 30000");
+  EXPECT_EQ(MotorBar(65535), "[##########] 65535");
   EXPECT_EQ(Glyph("LB", true), "[LB]");
   EXPECT_EQ(Glyph("LB", false), "(LB)");
 }

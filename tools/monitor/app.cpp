@@ -51,6 +51,9 @@ void App::Do(const Action& action) {
     case ActionKind::REPLUG:
       Replug();
       break;
+    case ActionKind::TOGGLE_RUMBLE:
+      ToggleRumble();
+      break;
     case ActionKind::TOGGLE_LOG:
       mShowLog = !mShowLog;
       break;
@@ -145,6 +148,17 @@ void App::Replug() {
   Say("replugged " + device->name + ": the library sees it detach and opens it again");
 }
 
+void App::ToggleRumble() {
+  const DeviceRow* device = Selected();
+  if (device == nullptr) {
+    Say("no controller to rumble", true);
+    return;
+  }
+  const MotorSpeeds asked = NextTestRumble(mSession.MotorsOf(*device));
+  const int32_t answer = mSession.SetVibration(device->slot, asked);
+  Say(DescribeVibration(device->slot, asked, answer), answer != 0);
+}
+
 void App::EnterDrive() {
   if (!NeedsSimulator()) {
     return;
@@ -215,6 +229,7 @@ View App::MakeView() {
     const auto packet = mLast.packets.find(device->slot);
     view.hasPacket = device->opened && packet != mLast.packets.end();
     view.packet = view.hasPacket ? packet->second : JoystickDataPacket{};
+    view.motors = mSession.MotorsOf(*device);
   }
   view.events = mLast.events;
   view.logs = mLast.logs;

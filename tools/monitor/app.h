@@ -25,6 +25,7 @@ class App {
   void UnplugSelected();
   void UnplugLast();
   void Replug();
+  void ToggleRumble();
   void Drive(const Action& action);
   void EnterDrive();
   bool NeedsSimulator();

@@ -111,11 +111,21 @@ std::string LogLine(int64_t t, int level, const std::string& text) {
   return Written(line);
 }
 
+std::string MotorsLine(int64_t t, uint16_t slot, const std::string& path, const MotorView& motors) {
+  Json::Value line = Line("motors", t);
+  line["slot"] = slot;
+  line["path"] = path;
+  line["low"] = motors.speeds.low;
+  line["high"] = motors.speeds.high;
+  line["source"] = MotorSourceName(motors.source);
+  return Written(line);
+}
+
 std::string StepLine(int64_t t, const ScenarioStep& step, bool ok) {
   Json::Value line = Line("step", t);
   line["at"] = Json::Int64{step.at};
   line["action"] = StepKindName(step.kind);
-  if (step.kind != StepKind::AWAIT_DEVICES) {
+  if (NamesAPad(step.kind)) {
     line["pad"] = step.pad;
   }
   line["text"] = DescribeStep(step);

@@ -8,6 +8,7 @@
 
 #include "cpd_joystick/joystick_api.h"
 #include "layout_wiring.h"
+#include "motors.h"
 #include "scenario.h"
 
 namespace monitor {
@@ -24,8 +25,11 @@ std::string DevicesLine(int64_t t, const std::list<_CpdJoystickDeviceInfo>& devi
                         const std::vector<LayoutName>& layouts);
 std::string EventLine(int64_t t, const std::string& name, const EventRecord& record);
 std::string LogLine(int64_t t, int level, const std::string& text);
-// A scenario step as it ran; `ok` is false for an await that timed out or a step on a pad that
-// is not plugged.
+// The speeds the motors of the controller in `slot`, at `path`, run at now (`source`: read from
+// the simulator, or only asked for).
+std::string MotorsLine(int64_t t, uint16_t slot, const std::string& path, const MotorView& motors);
+// A scenario step as it ran; `ok` is false for an await that timed out, a step on a pad that is
+// not plugged, or a rumble the library refused.
 std::string StepLine(int64_t t, const ScenarioStep& step, bool ok);
 
 }  // namespace monitor

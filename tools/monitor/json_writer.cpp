@@ -42,6 +42,10 @@ void JsonWriter::Step(const ScenarioStep& step, bool ok) {
   Write([&](int64_t t) { return StepLine(t, step, ok); });
 }
 
+void JsonWriter::Motors(uint16_t slot, const std::string& path, const MotorView& motors) {
+  Write([&](int64_t t) { return MotorsLine(t, slot, path, motors); });
+}
+
 bool JsonWriter::Healthy() const {
   std::lock_guard<std::mutex> lock(mMutex);
   return mHealthy;

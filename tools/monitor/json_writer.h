@@ -24,6 +24,7 @@ class JsonWriter {
   void Event(const std::string& name, const EventRecord& record);
   void Log(int level, const std::string& text);
   void Step(const ScenarioStep& step, bool ok);
+  void Motors(uint16_t slot, const std::string& path, const MotorView& motors);
 
   // False once a write failed (for example the reader went away).
   bool Healthy() const;

@@ -52,6 +52,7 @@ constexpr Binding BINDINGS[] = {
     {C, 'u',         Do(A::UNPLUG),          "u",        "unplug the selected pad"},
     {C, 'U',         Do(A::UNPLUG_LAST),     "U",        "unplug the pad plugged last"},
     {C, 'r',         Do(A::REPLUG),          "r",        "replug the selected pad"},
+    {C, 'v',         Do(A::TOGGLE_RUMBLE),   "v",        "test rumble on / off"},
     {C, key::TAB,    Do(A::DRIVE_MODE),      "Tab",      "drive the selected pad"},
     {C, 'l',         Do(A::TOGGLE_LOG),      "l",        "library log pane"},
     {C, '?',         Do(A::HELP),            "?",        "this help"},
@@ -164,7 +165,7 @@ std::string FooterHint(Mode mode, bool simulated) {
     case Mode::COMMAND:
       return simulated
                  ? "Up/Down select  1-6 layout  p plug  u unplug  Tab drive  l log  ? help  q quit"
-                 : "Up/Down select  1-6 layout  m layout menu  l log  ? help  q quit";
+                 : "Up/Down select  1-6 layout  m layout menu  v rumble  l log  ? help  q quit";
     case Mode::DRIVE:
       return "DRIVE  arrows dpad  wasd/ijkl sticks  zxcv ABXY  q/e LT/RT  r/t LB/RB  Tab back";
     case Mode::LAYOUT_MENU:

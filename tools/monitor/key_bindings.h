@@ -20,7 +20,7 @@ constexpr int BACKSPACE = 0x1005;
 }  // namespace key
 
 enum class Mode {
-  COMMAND,      // select controllers, change layouts, plug and unplug
+  COMMAND,      // select controllers, change layouts, rumble, plug and unplug
   DRIVE,        // the keyboard is the selected simulated pad
   LAYOUT_MENU,  // waiting for a layout number
   PLUG_MENU,    // waiting for a catalogue number
@@ -39,6 +39,7 @@ enum class ActionKind {
   UNPLUG,
   UNPLUG_LAST,
   REPLUG,
+  TOGGLE_RUMBLE,  // the selected controller's test rumble, on or off
   TOGGLE_LOG,
   HELP,
   DRIVE_MODE,

@@ -11,7 +11,7 @@ namespace monitor {
 
 namespace {
 
-constexpr int BAR_CELLS = 10;
+constexpr unsigned BAR_CELLS = 10;
 constexpr int STICK_BOX_WIDTH = 11;  // inner 9 columns
 constexpr int STICK_BOX_HEIGHT = 5;  // inner 3 rows
 
@@ -54,6 +54,14 @@ constexpr std::array<StickPlace, 2> STICKS = {{
 constexpr int LEFT_TRIGGER_COL = 1;
 constexpr int RIGHT_TRIGGER_COL = 55;
 
+// "[#####.....] 128": `value` of `full` as BAR_CELLS cells, then the value `digits` wide.
+std::string Bar(unsigned value, unsigned full, int digits) {
+  const unsigned filled = (value * BAR_CELLS + full / 2) / full;
+  char number[8];
+  std::snprintf(number, sizeof number, "%*u", digits, value);
+  return "[" + std::string(filled, '#') + std::string(BAR_CELLS - filled, '.') + "] " + number;
+}
+
 void DrawStick(Screen& screen, int top, const StickPlace& place, int16_t x, int16_t y,
                Style style) {
   const std::string edge = "+" + std::string(STICK_BOX_WIDTH - 2, '-') + "+";
@@ -83,11 +91,23 @@ std::string Glyph(const char* label, bool lit) {
 }
 
 std::string TriggerBar(uint8_t value) {
-  const int filled = (value * BAR_CELLS + 127) / 255;
-  char number[8];
-  std::snprintf(number, sizeof number, "%3u", value);
-  return "[" + std::string(static_cast<size_t>(filled), '#') +
-         std::string(static_cast<size_t>(BAR_CELLS - filled), '.') + "] " + number;
+  return Bar(value, UINT8_MAX, 3);
+}
+
+std::string MotorBar(uint16_t speed) {
+  return Bar(speed, UINT16_MAX, 5);
+}
+
+std::string MotorsText(const MotorView& motors) {
+  if (motors.source == MotorSource::UNKNOWN) {
+    return "motors not known until asked: v sends a test rumble";
+  }
+  const bool read = motors.source == MotorSource::SIMULATOR;
+  if (!motors.present) {
+    return read ? "no motors" : "no motors: JoysticAPI_SetVibration answered -2";
+  }
+  return "motors LF " + MotorBar(motors.speeds.low) + "  HF " + MotorBar(motors.speeds.high) +
+         (read ? "  simulator's reading" : "  asked for, not read back");
 }
 
 int StickColumn(int16_t x, int width) {
@@ -114,6 +134,11 @@ void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool liv
   for (const StickPlace& stick : STICKS) {
     DrawStick(screen, top, stick, packet.*stick.x, packet.*stick.y, plain);
   }
+}
+
+void DrawMotors(Screen& screen, int row, const MotorView& motors) {
+  const bool known = motors.source != MotorSource::UNKNOWN && motors.present;
+  screen.Put(row, 1, MotorsText(motors), known ? Style::NORMAL : Style::DIM);
 }
 
 }  // namespace monitor

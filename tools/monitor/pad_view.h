@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cpd_joystick/joystick_api.h"
+#include "motors.h"
 #include "screen.h"
 
 namespace monitor {
@@ -15,6 +16,12 @@ std::string Glyph(const char* label, bool lit);
 
 // "[#####.....] 128": a trigger 0..255 as ten cells and its value.
 std::string TriggerBar(uint8_t value);
+
+// "[####......] 30000": a motor's speed 0..65535 as ten cells and its value.
+std::string MotorBar(uint16_t speed);
+
+// The motors' line under the pad: both speeds and whether they are read or only asked for.
+std::string MotorsText(const MotorView& motors);
 
 // Column 0..width-1 for a stick value, left to right.
 int StickColumn(int16_t x, int width);
@@ -26,5 +33,8 @@ std::string SpacedHex(const JoystickDataPacket& packet);
 
 // Draws the pad in PAD_ROWS rows from `top`. `live` false draws every control released.
 void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool live);
+
+// Draws the motors' line at `row`, dim when nothing is known or there are no motors.
+void DrawMotors(Screen& screen, int row, const MotorView& motors);
 
 }  // namespace monitor

@@ -52,6 +52,7 @@ int RunJson(RunSetup setup) {
   while (!*setup.stop && Clock::now() < deadline && writer.Healthy() &&
          !(scenarioEnds && session.ScenarioFinished())) {
     std::this_thread::sleep_for(CHECK_EVERY);
+    session.ReportMotors();
   }
   session.Stop();
   return 0;

@@ -29,19 +29,21 @@ constexpr size_t MAX_SCENARIO_BYTES = size_t{1024} * 1024;
 constexpr std::chrono::seconds READ_TIME_LIMIT{5};
 constexpr int MAX_INPUT_INDEX = 255;
 constexpr int MAX_AWAITED_DEVICES = 16;
+constexpr int MAX_UINT16 = 65535;
 
 struct KindKey {
   const char* key;
   StepKind kind;
 };
 
-constexpr std::array<KindKey, 6> ACTION_KEYS = {{
+constexpr std::array<KindKey, 7> ACTION_KEYS = {{
     {"plug", StepKind::PLUG},
     {"unplug", StepKind::UNPLUG},
     {"button", StepKind::BUTTON},
     {"axis", StepKind::AXIS},
     {"hat", StepKind::HAT},
     {"await_devices", StepKind::AWAIT_DEVICES},
+    {"rumble", StepKind::RUMBLE},
 }};
 
 struct ValueRange {
@@ -62,6 +64,8 @@ std::vector<std::string> AllowedKeys(StepKind kind) {
       return {"pad", "value", "for"};
     case StepKind::AWAIT_DEVICES:
       return {"timeout"};
+    case StepKind::RUMBLE:
+      return {"low", "high", "for"};
   }
   return {};
 }
@@ -104,6 +108,9 @@ class StepReader {
         step.timeoutMs =
             mStep.isMember("timeout") ? Milliseconds("timeout", false) : DEFAULT_AWAIT_TIMEOUT_MS;
         break;
+      case StepKind::RUMBLE:
+        ReadRumble(step);
+        break;
       default:
         ReadInput(step);
         break;
@@ -126,8 +133,11 @@ class StepReader {
       }
     }
     if (chosen == nullptr) {
-      throw std::runtime_error(
-          R"(needs one of "plug", "unplug", "button", "axis", "hat", "await_devices")");
+      std::string keys;
+      for (const KindKey& candidate : ACTION_KEYS) {
+        keys += std::string(keys.empty() ? "\"" : ", \"") + candidate.key + "\"";
+      }
+      throw std::runtime_error("needs one of " + keys);
     }
     return chosen->kind;
   }
@@ -169,6 +179,18 @@ class StepReader {
       throw std::runtime_error("needs \"value\"");
     }
     step.value = Integer("value", RangeOf(step.kind));
+  }
+
+  void ReadRumble(ScenarioStep& step) const {
+    step.index = Integer("rumble", {0, MAX_UINT16});
+    for (const char* speed : {"low", "high"}) {
+      if (!mStep.isMember(speed)) {
+        throw std::runtime_error(std::string("needs \"") + speed + "\": a motor speed, 0 to " +
+                                 std::to_string(MAX_UINT16));
+      }
+    }
+    step.speeds = {static_cast<uint16_t>(Integer("low", {0, MAX_UINT16})),
+                   static_cast<uint16_t>(Integer("high", {0, MAX_UINT16}))};
   }
 
   std::string Text(const char* key) const {
@@ -213,7 +235,7 @@ void CheckPads(const ScenarioStep& step, std::set<std::string>& plugged) {
       throw std::runtime_error("plugs \"" + step.pad + "\", which is plugged already");
     }
     plugged.insert(step.pad);
-  } else if (step.kind != StepKind::AWAIT_DEVICES && !isPlugged) {
+  } else if (NamesAPad(step.kind) && !isPlugged) {
     throw std::runtime_error("names \"" + step.pad + "\", which is not plugged then");
   }
   if (step.kind == StepKind::UNPLUG) {
@@ -253,6 +275,7 @@ std::vector<ScenarioStep> ReadSteps(const Json::Value& steps) {
         ScenarioStep release = step;
         release.at = step.at + hold;
         release.value = 0;
+        release.speeds = {};
         release.release = true;
         timed.push_back({release, timed.size()});
       }
@@ -420,6 +443,10 @@ bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& 
   return ParseScenario(text, path, scenario, error);
 }
 
+bool NamesAPad(StepKind kind) {
+  return kind != StepKind::AWAIT_DEVICES && kind != StepKind::RUMBLE;
+}
+
 const char* StepKindName(StepKind kind) {
   for (const KindKey& candidate : ACTION_KEYS) {
     if (candidate.kind == kind) {
@@ -437,6 +464,9 @@ std::string DescribeStep(const ScenarioStep& step) {
       return "unplug " + step.pad;
     case StepKind::AWAIT_DEVICES:
       return "await " + std::to_string(step.value) + (step.value == 1 ? " device" : " devices");
+    case StepKind::RUMBLE:
+      return "rumble slot " + std::to_string(step.index) + ": low " +
+             std::to_string(step.speeds.low) + ", high " + std::to_string(step.speeds.high);
     default:
       return step.pad + " " + StepKindName(step.kind) + " " + std::to_string(step.index) + " = " +
              std::to_string(step.value);

@@ -1,9 +1,11 @@
-// Scenario files: a JSON timeline that plugs and unplugs simulated pads and moves their inputs.
+// Scenario files: a JSON timeline that plugs and unplugs simulated pads, moves their inputs and
+// asks the library to rumble them.
 //
 //   {"description": "...",
 //    "steps": [{"at": 0, "plug": "xbox", "as": "pad"},
 //              {"at": 0, "await_devices": 1},
 //              {"at": 500, "pad": "pad", "button": 0, "value": 1, "for": 300},
+//              {"at": 1000, "rumble": 0, "low": 30000, "high": 65535, "for": 500},
 //              {"at": 2000, "unplug": "pad"}],
 //    "end": 3000}
 //
@@ -17,18 +19,21 @@
 #include <string>
 #include <vector>
 
+#include "motors.h"
+
 namespace monitor {
 
-enum class StepKind { PLUG, UNPLUG, BUTTON, AXIS, HAT, AWAIT_DEVICES };
+enum class StepKind { PLUG, UNPLUG, BUTTON, AXIS, HAT, AWAIT_DEVICES, RUMBLE };
 
 struct ScenarioStep {
   int64_t at = 0;
   StepKind kind = StepKind::PLUG;
-  std::string pad;    // the id the scenario gives the pad
-  std::string model;  // PLUG: catalogue key
-  std::string path;   // PLUG: device path; empty for the first free one
-  int index = 0;      // BUTTON, AXIS, HAT: input number
-  int value = 0;      // input value; AWAIT_DEVICES: device count
+  std::string pad;     // the id the scenario gives the pad
+  std::string model;   // PLUG: catalogue key
+  std::string path;    // PLUG: device path; empty for the first free one
+  int index = 0;       // BUTTON, AXIS, HAT: input number; RUMBLE: the slot
+  int value = 0;       // input value; AWAIT_DEVICES: device count
+  MotorSpeeds speeds;  // RUMBLE: what JoysticAPI_SetVibration is asked for
   int64_t timeoutMs = 0;
   bool release = false;  // the end of a step's "for"
 };
@@ -49,7 +54,9 @@ bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& 
 
 // "plug xbox as pad", "pad button 0 = 1", "await 2 devices" ...
 std::string DescribeStep(const ScenarioStep& step);
-// "plug", "unplug", "button", "axis", "hat", "await_devices".
+// "plug", "unplug", "button", "axis", "hat", "await_devices", "rumble".
 const char* StepKindName(StepKind kind);
+// Awaits and rumbles name no pad: they wait for the library, or ask it of a slot.
+bool NamesAPad(StepKind kind);
 
 }  // namespace monitor

@@ -3,8 +3,12 @@
 namespace monitor {
 
 ScenarioPlayer::ScenarioPlayer(Scenario scenario, SimulatedPads& pads, MonitorState& state,
-                               StepReport report)
-    : mScenario(std::move(scenario)), mPads(pads), mState(state), mReport(std::move(report)) {}
+                               StepReport report, Rumble rumble)
+    : mScenario(std::move(scenario)),
+      mPads(pads),
+      mState(state),
+      mReport(std::move(report)),
+      mRumble(std::move(rumble)) {}
 
 ScenarioPlayer::~ScenarioPlayer() {
   Stop();
@@ -72,6 +76,9 @@ bool ScenarioPlayer::Run(const ScenarioStep& step) {
       done = mPads.UnplugNamed(step.pad);
       break;
     case StepKind::AWAIT_DEVICES:
+      break;
+    case StepKind::RUMBLE:
+      done = mRumble(static_cast<uint16_t>(step.index), step.speeds) == 0;
       break;
     default:
       done = mPads.SetInput(step.pad, step.kind, step.index, step.value);

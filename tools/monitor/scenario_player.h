@@ -16,11 +16,14 @@ namespace monitor {
 
 class ScenarioPlayer {
  public:
-  // Told of every step once it ran; `ok` is false for an await that timed out or a step on a
-  // pad that is not plugged.
+  // Told of every step once it ran; `ok` is false for an await that timed out, a step on a pad
+  // that is not plugged, or a rumble the library refused.
   using StepReport = std::function<void(const ScenarioStep& step, bool ok)>;
+  // Asks the library to run the motors of the controller in `slot`; its answer.
+  using Rumble = std::function<int32_t(uint16_t slot, const MotorSpeeds& speeds)>;
 
-  ScenarioPlayer(Scenario scenario, SimulatedPads& pads, MonitorState& state, StepReport report);
+  ScenarioPlayer(Scenario scenario, SimulatedPads& pads, MonitorState& state, StepReport report,
+                 Rumble rumble);
   ~ScenarioPlayer();
   ScenarioPlayer(const ScenarioPlayer&) = delete;
   ScenarioPlayer& operator=(const ScenarioPlayer&) = delete;
@@ -44,6 +47,7 @@ class ScenarioPlayer {
   SimulatedPads& mPads;
   MonitorState& mState;
   StepReport mReport;
+  Rumble mRumble;
   size_t mNext = 0;
   std::chrono::steady_clock::time_point mClockStart;
   std::chrono::milliseconds mPaused{0};  // time spent in awaits, when the clock stands still

@@ -15,7 +15,8 @@ ScreenLayout ComputeLayout(int rows, int cols, size_t deviceCount, bool showLog)
   layout.tableRows = static_cast<int>(std::clamp<size_t>(deviceCount, 1, MAX_TABLE_ENTRIES));
   layout.padHeaderRow = layout.tableHeaderRow + 1 + layout.tableRows;
   layout.padTop = layout.padHeaderRow + 1;
-  layout.packetRow = layout.padTop + PAD_ROWS;
+  layout.motorsRow = layout.padTop + PAD_ROWS;
+  layout.packetRow = layout.motorsRow + 1;
   layout.eventsHeaderRow = layout.packetRow + 1;
   layout.eventsTop = layout.eventsHeaderRow + 1;
   layout.statusRow = rows - 2;

@@ -8,7 +8,7 @@ namespace monitor {
 constexpr int MIN_ROWS = 24;
 constexpr int MIN_COLS = 80;
 constexpr int MAX_TABLE_ENTRIES = 6;  // four open controllers and the entries past them
-constexpr int PAD_ROWS = 6;
+constexpr int PAD_ROWS = 6;           // the pad drawn, above its motors' line and its packet
 
 struct ScreenLayout {
   bool tooSmall = false;
@@ -17,6 +17,7 @@ struct ScreenLayout {
   int tableRows = 0;  // device entries shown
   int padHeaderRow = 0;
   int padTop = 0;
+  int motorsRow = 0;
   int packetRow = 0;
   int eventsHeaderRow = 0;
   int eventsTop = 0;

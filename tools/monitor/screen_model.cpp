@@ -110,6 +110,9 @@ void DrawSelected(Screen& screen, const View& view, const ScreenLayout& layout) 
   screen.Put(layout.padHeaderRow, 0, Rule(title, screen.Cols()), Style::HEADER);
   const bool live = any && view.hasPacket;
   DrawPad(screen, layout.padTop, view.packet, live);
+  if (any) {
+    DrawMotors(screen, layout.motorsRow, view.motors);
+  }
   if (!live) {
     screen.Put(layout.packetRow, 1, "packet (none yet)", Style::DIM);
     return;

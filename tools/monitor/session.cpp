@@ -13,6 +13,35 @@ namespace {
 // long, so that the write lands before a temporary store folder is removed.
 constexpr std::chrono::milliseconds STORE_SETTLE{1500};
 
+struct FailedStep {
+  StepKind kind;
+  const char* why;
+};
+
+constexpr FailedStep FAILED_STEPS[] = {
+    {StepKind::AWAIT_DEVICES, " (timed out)"},
+    {StepKind::RUMBLE, " (refused: no open controller with motors in that slot)"},
+};
+
+std::string WhyItFailed(StepKind kind) {
+  for (const FailedStep& failed : FAILED_STEPS) {
+    if (failed.kind == kind) {
+      return failed.why;
+    }
+  }
+  return " (no such pad plugged)";
+}
+
+// The device path of the controller the library has open in `slot`; empty when none.
+std::string PathInSlot(uint16_t slot) {
+  for (const _CpdJoystickDeviceInfo& device : JoysticAPI_GetDevList()) {
+    if (device.index == slot && !device.path.empty()) {
+      return device.path;
+    }
+  }
+  return "";
+}
+
 }  // namespace
 
 Session::Session(Options options, const SimulatorApi* simulator, std::optional<Scenario> scenario,
@@ -23,7 +52,8 @@ Session::Session(Options options, const SimulatorApi* simulator, std::optional<S
     if (scenario) {
       mPlayer = std::make_unique<ScenarioPlayer>(
           std::move(*scenario), *mPads, mState,
-          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); });
+          [this](const ScenarioStep& step, bool ok) { ReportStep(step, ok); },
+          [this](uint16_t slot, const MotorSpeeds& speeds) { return SetVibration(slot, speeds); });
     }
   }
 }
@@ -78,6 +108,44 @@ int32_t Session::SetLayout(uint16_t slot, uint16_t layout) {
   return result;
 }
 
+int32_t Session::SetVibration(uint16_t slot, const MotorSpeeds& speeds) {
+  const std::string path = PathInSlot(slot);
+  const int32_t answer = JoysticAPI_SetVibration(slot, speeds.low, speeds.high);
+  MotorView known;
+  if (MotorsAfterAnswer(speeds, answer, known)) {
+    std::lock_guard<std::mutex> lock(mAskedMutex);
+    mAsked[slot] = {path, known};
+  }
+  return answer;
+}
+
+MotorView Session::MotorsOf(const DeviceRow& device) {
+  if (mPads) {
+    if (const std::optional<MotorView> read = mPads->Motors(device.path)) {
+      return *read;
+    }
+  }
+  std::lock_guard<std::mutex> lock(mAskedMutex);
+  const auto asked = mAsked.find(device.slot);
+  const bool same = asked != mAsked.end() && asked->second.path == device.path;
+  return same ? asked->second.motors : MotorView{};
+}
+
+void Session::ReportMotors() {
+  if (mJson == nullptr) {
+    return;
+  }
+  for (const DeviceRow& device : mState.Snapshot().devices) {
+    if (!device.opened || device.slot == NO_SLOT) {
+      continue;
+    }
+    const MotorView motors = MotorsOf(device);
+    if (mReported.Changed(device.slot, motors)) {
+      mJson->Motors(device.slot, device.path, motors);
+    }
+  }
+}
+
 void Session::RouteLog(int level, const std::string& line) {
   if (mJson != nullptr) {
     if (mOptions.log) {
@@ -95,7 +163,7 @@ void Session::ReportStep(const ScenarioStep& step, bool ok) {
   }
   std::string text = DescribeStep(step);
   if (!ok) {
-    text += step.kind == StepKind::AWAIT_DEVICES ? " (timed out)" : " (no such pad plugged)";
+    text += WhyItFailed(step.kind);
   }
   mState.AddEvent("scenario", text);
 }

@@ -3,12 +3,16 @@
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <string>
 
 #include "json_writer.h"
 #include "listener.h"
 #include "monitor_state.h"
+#include "motors.h"
 #include "options.h"
 #include "scenario_player.h"
 #include "sim_pads.h"
@@ -39,6 +43,15 @@ class Session {
 
   // Forces a layout through the library; the library's answer.
   int32_t SetLayout(uint16_t slot, uint16_t layout);
+  // Asks the library to run the motors of the controller in `slot`; the library's answer, which
+  // is kept for MotorsOf, since hardware tells nothing back.
+  int32_t SetVibration(uint16_t slot, const MotorSpeeds& speeds);
+  // What the monitor knows of a listed controller's motors: the simulator's reading of a pad it
+  // plugged, else what it last asked of that controller in its slot.
+  MotorView MotorsOf(const DeviceRow& device);
+  // With --json, a "motors" line for each listed controller whose speeds changed since the last
+  // call.
+  void ReportMotors();
 
  private:
   void RouteLog(int level, const std::string& line);
@@ -52,6 +65,14 @@ class Session {
   std::unique_ptr<ScenarioPlayer> mPlayer;
   bool mRegistered = false;
   std::chrono::steady_clock::time_point mLastLayoutChange{};
+
+  struct Asked {
+    std::string path;  // of the controller the request was made for
+    MotorView motors;
+  };
+  std::mutex mAskedMutex;            // the screen's and the scenario's threads both ask
+  std::map<uint16_t, Asked> mAsked;  // by slot
+  MotorReports mReported;
 };
 
 }  // namespace monitor

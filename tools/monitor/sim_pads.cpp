@@ -67,6 +67,18 @@ size_t SimulatedPads::Count() const {
   return mPads.size();
 }
 
+std::optional<MotorView> SimulatedPads::Motors(const std::string& path) {
+  std::lock_guard<std::mutex> lock(mMutex);
+  const Pad* pad = ByPath(path);
+  if (pad == nullptr || mApi.motors == nullptr) {
+    return std::nullopt;
+  }
+  MotorView view;
+  view.source = MotorSource::SIMULATOR;
+  view.present = mApi.motors(pad->id, &view.speeds.low, &view.speeds.high) == 1;
+  return view;
+}
+
 bool SimulatedPads::UnplugNamed(const std::string& name) {
   std::string path;
   {

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "key_bindings.h"
+#include "motors.h"
 #include "pad_catalogue.h"
 #include "pad_drive.h"
 #include "scenario.h"
@@ -30,6 +32,9 @@ class SimulatedPads {
   // this monitor is there.
   bool Replug(const std::string& path);
   size_t Count() const;
+  // The speeds the motors of the pad at `path` run at, as the simulator reads them; nothing when
+  // no pad of this monitor is there or the simulator cannot read motors.
+  std::optional<MotorView> Motors(const std::string& path);
 
   // Scenario steps on the pad a scenario named; false when no such pad is plugged.
   bool UnplugNamed(const std::string& name);

@@ -9,6 +9,7 @@
 #include "cpd_joystick/joystick_api.h"
 #include "key_bindings.h"
 #include "layout_wiring.h"
+#include "motors.h"
 
 namespace monitor {
 
@@ -48,6 +49,7 @@ struct View {
   size_t selected = 0;
   bool hasPacket = false;
   JoystickDataPacket packet{};     // of the selected controller
+  MotorView motors;                // of the selected controller
   std::vector<EventEntry> events;  // oldest first
   std::vector<std::string> logs;   // oldest first
   bool showLog = false;

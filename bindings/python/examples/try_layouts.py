@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Gives the controller in slot 0 each of the six layouts in turn, shows what it sends under
-each, and then gives it back the layout it had.
+each, gives it back the layout it had, and rumbles it for half a second.
 
     # with the library installed, or with LD_LIBRARY_PATH=build/debug/src
     PYTHONPATH=bindings/python python3 bindings/python/examples/try_layouts.py
-    # no controller at hand: a simulated Xbox pad with A held (its choices go to a scratch store)
+    # no controller at hand: a simulated Xbox pad with A held (its choices go to a scratch store),
+    # whose motors are read back from the simulator
     PYTHONPATH=bindings/python LD_LIBRARY_PATH=build/debug/sim/lib:build/debug/src \\
         python3 bindings/python/examples/try_layouts.py --simulate
 """
@@ -13,6 +14,7 @@ import ctypes
 import os
 import tempfile
 import threading
+import time
 
 import cpd_joystick
 
@@ -28,14 +30,36 @@ class LastPacket(cpd_joystick.Listener):
                 self.packet = packet
 
 
-def plug_simulated_pad():
-    os.environ.setdefault("CPD_JOYSTICK_STORE", os.path.join(tempfile.mkdtemp(), "store.json"))
-    cpd_joystick.load()
-    sim = ctypes.CDLL("libSDL2-2.0.so.0")  # the simulator, if it is what the library loaded
-    if not hasattr(sim, "sim_plug"):
-        raise SystemExit("--simulate: put the simulator's folder first in LD_LIBRARY_PATH")
-    pad = sim.sim_plug(b"Xbox Wireless Controller", b"/dev/input/event20", 0x045E, 0x0B13, 6, 11, 1)
-    sim.sim_set_button(pad, 0, 1)
+ANSWERS = {cpd_joystick.VIBRATING: "VIBRATING", cpd_joystick.NO_CONTROLLER: "NO_CONTROLLER",
+           cpd_joystick.NO_MOTORS: "NO_MOTORS"}
+
+
+class SimulatedPad:
+    """The simulator's Xbox pad, with its motors, reached through the SDL2 the library loaded."""
+
+    def __init__(self):
+        os.environ.setdefault("CPD_JOYSTICK_STORE", os.path.join(tempfile.mkdtemp(), "store.json"))
+        cpd_joystick.load()
+        self.sim = ctypes.CDLL("libSDL2-2.0.so.0")  # the simulator, if the library loaded it
+        if not hasattr(self.sim, "sim_plug_model"):
+            raise SystemExit("--simulate: put the simulator's folder first in LD_LIBRARY_PATH")
+        self.sim.sim_motors.argtypes = [ctypes.c_int, ctypes.POINTER(ctypes.c_uint16),
+                                        ctypes.POINTER(ctypes.c_uint16)]
+        self.pad = self.sim.sim_plug_model(b"xbox", b"/dev/input/event20")
+        self.sim.sim_set_button(self.pad, 0, 1)
+
+    def motors(self):
+        low, high = ctypes.c_uint16(), ctypes.c_uint16()
+        self.sim.sim_motors(self.pad, ctypes.byref(low), ctypes.byref(high))
+        return low.value, high.value
+
+
+def rumble(low, high, pad):
+    answer = cpd_joystick.set_vibration(0, low, high)
+    print("set_vibration(0, %d, %d) = %s" % (low, high, ANSWERS.get(answer, answer)))
+    if pad is not None:
+        time.sleep(0.1)  # the library runs them within about a millisecond; a sanitizer is slower
+        print("  the simulated pad's motors run at %d, %d" % pad.motors())
 
 
 def main():
@@ -43,8 +67,7 @@ def main():
     parser.add_argument("--simulate", action="store_true", help="use a simulated Xbox pad")
     parser.add_argument("--seconds", type=float, default=1.0, help="time on each layout")
     options = parser.parse_args()
-    if options.simulate:
-        plug_simulated_pad()
+    pad = SimulatedPad() if options.simulate else None
 
     listener = LastPacket()
     cpd_joystick.register(listener)
@@ -68,6 +91,9 @@ def main():
                 layout.name, packet.buttons, packet.left_trigger, packet.right_trigger,
                 packet.thumb_lx, packet.thumb_ly))
         cpd_joystick.set_mapping(0, devices[0].mapping_index)
+        rumble(30000, 65535, pad)
+        time.sleep(0.5)
+        rumble(0, 0, pad)
     finally:
         cpd_joystick.unregister(listener)
 
