@@ -141,7 +141,27 @@ void BM_OurReportExcludingUpdate(benchmark::State& state) {
 }
 BENCHMARK(BM_OurReportExcludingUpdate);
 
-// What the polling thread does per device and poll: list the bound controls, then translate.
+// A report as the polling thread makes it: a reader shaped once for the layout, then read at
+// every poll.
+void BM_PollerReport(benchmark::State& state) {
+  Rig& rig = TheRig();
+  const cpd::BindingSnapshot bindings = cpd::SnapshotOf(rig.device.mapping.bindings);
+  cpd::ReportReader reader;
+  reader.ReserveForEveryControl();
+  reader.Shape(bindings, rig.inputs);
+  cpd::XboxGamepad gamepad;
+  const bool skip = state.range(0) != 0;
+  gSkipUpdates = skip;
+  Measure(state, [&] {
+    reader.Read(rig.device._ptr, bindings, rig.inputs, gamepad);
+    benchmark::DoNotOptimize(gamepad);
+  });
+  gSkipUpdates = false;
+}
+BENCHMARK(BM_PollerReport)->ArgName("update_skipped")->Arg(0)->Arg(1);
+
+// What the polling thread did per device and poll before it kept a reader: list the bound
+// controls, then translate.
 void BM_OurPollStep(benchmark::State& state) {
   Rig& rig = TheRig();
   cpd::XboxGamepad gamepad;

@@ -17,6 +17,7 @@
 
 #include "cpd_joystick/joystick_api.h"
 #include "log_capture.h"
+#include "motor_speeds.h"
 #include "pad_models.h"
 #include "recording_store.h"
 #include "test_listener.h"
@@ -159,18 +160,6 @@ TEST_F(RealSdl, PressedButtonReachesThePacket) {
   }));
   vpad_set_button(0, 0, 0);
   ASSERT_TRUE(listener.WaitFor([&] { return PacketsOfSlot(listener, 0).back().wButtons == 0; }));
-}
-
-struct Speeds {
-  uint16_t low = 0;
-  uint16_t high = 0;
-  friend bool operator==(Speeds left, Speeds right) {
-    return left.low == right.low && left.high == right.high;
-  }
-};
-
-std::ostream& operator<<(std::ostream& out, Speeds speeds) {
-  return out << "(" << speeds.low << ", " << speeds.high << ")";
 }
 
 // The speeds SDL set on the pad's motors, one entry per change: SDL may send the speeds that run

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "motor_speeds.h"
 #include "scenario.h"
 
 namespace cpd::test {
@@ -15,18 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Vibration = Scenario;
-
-struct Speeds {
-  uint16_t low = 0;
-  uint16_t high = 0;
-  friend bool operator==(Speeds left, Speeds right) {
-    return left.low == right.low && left.high == right.high;
-  }
-};
-
-std::ostream& operator<<(std::ostream& out, Speeds speeds) {
-  return out << "(" << speeds.low << ", " << speeds.high << ")";
-}
 
 Speeds MotorsOf(int pad) {
   Speeds speeds;
