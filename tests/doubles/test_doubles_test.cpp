@@ -6,9 +6,9 @@
 
 #include "common/log_sink.h"
 #include "cpd_joystick/sd_config.h"
-#include "hex_dump.h"
+#include "format_text.h"
+#include "hex_bytes.h"
 #include "log_capture.h"
-#include "printf_text.h"
 #include "recording_store.h"
 
 namespace cpd::test {
@@ -106,6 +106,9 @@ TEST_F(SharedStore, WithoutRecordingValuesAreStillKept) {
   sd::SDConfig::GetInstance()->GetSecure("a");
   EXPECT_EQ(CountStoreCalls("GetSecure"), 1U) << "a reset records again";
 }
+
+using text::FormatText;
+using text::HexBytes;
 
 TEST(TextHelpers, HexBytesWithAndWithoutSeparator) {
   const unsigned char bytes[] = {0x0a, 0x1b, 0xff, 0x00};

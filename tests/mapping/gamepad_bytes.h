@@ -8,7 +8,7 @@
 #include <string>
 
 #include "gamepad_state.h"
-#include "hex_dump.h"
+#include "hex_bytes.h"
 #include "joystick_mapping/xbox_gamepad.h"
 
 namespace cpd::test {
@@ -22,7 +22,7 @@ inline std::string HostBytes(const XboxGamepad& gamepad) {
   std::string text;
   size_t start = 0;
   for (const size_t size : FIELD_SIZES) {
-    text += (start > 0 ? " " : "") + HexBytes(bytes.data() + start, size);
+    text += (start > 0 ? " " : "") + text::HexBytes(bytes.data() + start, size);
     start += size;
   }
   return text;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "hex_dump.h"
+#include "hex_bytes.h"
 
 namespace cpd {
 
@@ -38,7 +38,7 @@ std::string InputDisplayName(const std::string& name) {
 }
 
 std::string ToHexString(const std::string& bytes) {
-  return test::HexBytes(bytes.data(), bytes.size());
+  return text::HexBytes(bytes.data(), bytes.size());
 }
 
 }  // namespace cpd

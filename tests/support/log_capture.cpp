@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "common/log_sink.h"
-#include "printf_text.h"
+#include "format_text.h"
 
 namespace cpd::test {
 
@@ -51,9 +51,9 @@ thread_local int tHandlersRunning = 0;  // this thread's share of handlersRunnin
 void SetLogHandler(std::function<void(const LogLine&)> handler) {
   Captured& state = State();
   std::unique_lock<std::mutex> lock(state.handlerMutex);
-  state.handler = handler ? std::make_shared<const std::function<void(const LogLine&)>>(
-                                std::move(handler))
-                          : nullptr;
+  state.handler =
+      handler ? std::make_shared<const std::function<void(const LogLine&)>>(std::move(handler))
+              : nullptr;
   state.handlerIdle.wait(lock, [&state] { return state.handlersRunning == tHandlersRunning; });
 }
 
@@ -162,7 +162,7 @@ extern "C" __attribute__((visibility("default"))) void quvaniLogPrint(int reserv
     va_start(arguments, format);
     va_list whole;
     va_copy(whole, arguments);
-    line.text = cpd::test::FormatText(format, whole);
+    line.text = cpd::text::FormatText(format, whole);
     va_end(whole);
     const size_t prefixLength = std::strlen(cpd::test::PREFIX);
     if (std::strncmp(format, cpd::test::PREFIX, prefixLength) == 0) {
@@ -171,7 +171,7 @@ extern "C" __attribute__((visibility("default"))) void quvaniLogPrint(int reserv
       line.line = va_arg(arguments, int);
       line.file = file != nullptr ? file : "<null>";
       line.function = function != nullptr ? function : "<null>";
-      line.body = cpd::test::FormatText(format + prefixLength, arguments);
+      line.body = cpd::text::FormatText(format + prefixLength, arguments);
     }
     va_end(arguments);
   }

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "hex_text.h"
+#include "hex_bytes.h"
 #include "view.h"
 
 namespace monitor {
@@ -52,7 +52,7 @@ Json::Value DeviceJson(const _CpdJoystickDeviceInfo& device,
 }  // namespace
 
 std::string PacketHex(const JoystickDataPacket& packet) {
-  return HexBytes(&packet, sizeof packet);
+  return cpd::text::HexBytes(&packet, sizeof packet);
 }
 
 std::string PacketLine(int64_t t, const JoystickDataPacket& packet) {

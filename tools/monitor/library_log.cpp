@@ -6,6 +6,8 @@
 #include <memory>
 #include <mutex>
 
+#include "format_text.h"
+
 namespace monitor {
 
 namespace {
@@ -26,23 +28,6 @@ Sink& TheSink() {
 }
 
 thread_local int tRunning = 0;  // this thread's share of Sink::running
-
-// The text `format` gives with `arguments` (consumed); "<unformattable>" when printf refuses.
-std::string Format(const char* format, va_list arguments) {
-  va_list measure;
-  va_copy(measure, arguments);
-  // The analyser cannot see that the caller started `arguments`, so it takes the copy as unset.
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-  const int length = std::vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  if (length < 0) {
-    return "<unformattable>";
-  }
-  std::string text(static_cast<size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  text.resize(static_cast<size_t>(length));
-  return text;
-}
 
 void Deliver(int level, const std::string& text, const LogHandler& handler) {
   ++tRunning;
@@ -85,7 +70,7 @@ void quvaniLogPrint(int /*reserved*/, int level, const char* /*tag*/, const char
   if (format != nullptr) {
     va_list arguments;
     va_start(arguments, format);
-    text = monitor::Format(format, arguments);
+    text = cpd::text::FormatText(format, arguments);
     va_end(arguments);
   }
   monitor::Deliver(level, text, *handler);

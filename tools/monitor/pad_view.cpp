@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "hex_text.h"
+#include "hex_bytes.h"
 #include "layout_wiring.h"
 
 namespace monitor {
@@ -119,7 +119,7 @@ int StickRow(int16_t y, int height) {
 }
 
 std::string SpacedHex(const JoystickDataPacket& packet) {
-  return HexBytes(&packet, sizeof packet, " ");
+  return cpd::text::HexBytes(&packet, sizeof packet, " ");
 }
 
 void DrawPad(Screen& screen, int top, const JoystickDataPacket& packet, bool live) {

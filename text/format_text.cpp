@@ -1,8 +1,8 @@
-#include "printf_text.h"
+#include "format_text.h"
 
 #include <cstdio>
 
-namespace cpd::test {
+namespace cpd::text {
 
 std::string FormatText(const char* format, va_list arguments) {
   va_list measure;
@@ -20,4 +20,4 @@ std::string FormatText(const char* format, va_list arguments) {
   return text;
 }
 
-}  // namespace cpd::test
+}  // namespace cpd::text

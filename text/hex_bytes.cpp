@@ -1,6 +1,6 @@
-#include "hex_text.h"
+#include "hex_bytes.h"
 
-namespace monitor {
+namespace cpd::text {
 
 std::string HexBytes(const void* data, size_t size, const std::string& separator) {
   static constexpr const char* DIGITS = "0123456789abcdef";
@@ -17,4 +17,4 @@ std::string HexBytes(const void* data, size_t size, const std::string& separator
   return text;
 }
 
-}  // namespace monitor
+}  // namespace cpd::text
