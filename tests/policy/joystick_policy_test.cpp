@@ -432,7 +432,9 @@ TEST_F(PolicyStore, OwnLaterChoiceForTheSameModelWinsOverTheStoredOne) {
 TEST_F(PolicyStore, ChoicesAlreadyStoredAreNotWrittenOverAnotherProcessesLaterOnes) {
   auto policy = Started();
   policy->SetMappingIndex(0x045e, 0x028e, 6, "Xbox Controller");
-  ASSERT_TRUE(WaitForStoreCalls("SetSecure", 1));
+  // Stored means the store has shown it back: a change by the other process before that would
+  // make ours look not stored yet, and it would be written again.
+  ASSERT_TRUE(policy->WaitUntilStored(std::chrono::seconds(2)));
   // The other process changes the Xbox pad's layout after ours was stored.
   cpd::test::SetStoredValue(
       KEY, policy::UpdateMappingIndex(ONE_XBOX_ENTRY, "045e:028e", 3, "Xbox Controller"));
