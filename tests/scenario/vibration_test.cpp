@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -124,40 +125,49 @@ TEST_F(Vibration, SpeedsReachThePadAtOnceAndHoldWithoutAGapUntilChanged) {
 // last request reaches the pad.
 TEST_F(Vibration, OnlyTheLastOfABurstReachesThePad) {
   const int pad = Plug(XBOX_PAD, "/dev/input/event20");
-  std::atomic<bool> holding{false};
-  std::atomic<bool> released{false};
-  // No lock of the test's is held while it calls the library, so none can stand in its way.
-  listener.onCallback = [&] {
-    if (!holding.exchange(true)) {
-      while (!released.load()) {
+  // Owned by the callback, which the polling thread may still run after the test body: the
+  // fixture unregisters only in TearDown. No lock of the test's is held while it calls the
+  // library, so none can stand in its way; the hold ends on its own should the test fail first.
+  struct Hold {
+    std::atomic<bool> holding{false};
+    std::atomic<bool> released{false};
+  };
+  const auto hold = std::make_shared<Hold>();
+  listener.onCallback = [hold] {
+    if (!hold->holding.exchange(true)) {
+      const auto limit = Clock::now() + 10s;
+      while (!hold->released.load() && Clock::now() < limit) {
         std::this_thread::sleep_for(1ms);
       }
     }
   };
   Register();
-  ASSERT_TRUE(listener.WaitFor([&] { return holding.load(); }));
+  ASSERT_TRUE(listener.WaitFor([&] { return hold->holding.load(); }));
   EXPECT_EQ(JoysticAPI_SetVibration(0, 100, 100), 0);
   EXPECT_EQ(JoysticAPI_SetVibration(0, 200, 200), 0);
   EXPECT_EQ(JoysticAPI_SetVibration(0, 300, 400), 0);
   std::this_thread::sleep_for(50ms);
   EXPECT_EQ(MotorsOf(pad), (Speeds{0, 0}));  // the polling thread is still held
-  released = true;
+  hold->released = true;
   ASSERT_TRUE(WaitForMotors(pad, {300, 400}));
   EXPECT_EQ(ChangesOf(pad), (Changes{{{300, 400}, SIM_MOTORS_SET}}));
 }
 
 TEST_F(Vibration, ARequestFromInsideAListenerCallbackIsTaken) {
   const int pad = Plug(XBOX_PAD, "/dev/input/event20");
-  std::atomic<int> answer{1};
-  std::atomic<bool> asked{false};
-  listener.onCallback = [&] {
-    if (!asked.exchange(true)) {
-      answer = JoysticAPI_SetVibration(0, 5000, 6000);
+  struct Ask {
+    std::atomic<int> answer{1};
+    std::atomic<bool> asked{false};
+  };
+  const auto ask = std::make_shared<Ask>();  // the callback's own, see above
+  listener.onCallback = [ask] {
+    if (!ask->asked.exchange(true)) {
+      ask->answer = JoysticAPI_SetVibration(0, 5000, 6000);
     }
   };
   Register();
   ASSERT_TRUE(WaitForMotors(pad, {5000, 6000}));
-  EXPECT_EQ(answer.load(), 0);
+  EXPECT_EQ(ask->answer.load(), 0);
 }
 
 TEST_F(Vibration, TheLastUnregisterStopsTheMotorsBeforeClosingThePad) {
@@ -271,10 +281,11 @@ void HammerFor(std::chrono::milliseconds window, uint16_t slots) {
 
 TEST_F(Vibration, HammeringAtTheDefaultIntervalAddsAndDropsNoPacket) {
   Plug(XBOX_PAD, "/dev/input/event20");
-  UpdateAtPacket seen;
-  listener.onCallback = [&] {
-    std::lock_guard<std::mutex> lock(seen.mutex);
-    seen.updates.push_back(sim_update_count());
+  const auto shared = std::make_shared<UpdateAtPacket>();  // the callback's own, see above
+  UpdateAtPacket& seen = *shared;
+  listener.onCallback = [shared] {
+    std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->updates.push_back(sim_update_count());
   };
   Register();
   ASSERT_TRUE(WaitForPackets(3));
